@@ -1,0 +1,60 @@
+#ifndef ZELKOV_ANDROID_WRAPPERS_INTERNAL_STREAM_RECORDS_H
+#define ZELKOV_ANDROID_WRAPPERS_INTERNAL_STREAM_RECORDS_H
+
+#include <cstddef>
+#include <cstdint>
+
+// The stream records as this system lays them out: the platform's HAL3 stream
+// fields (usage widened to 64 bits) followed by fields of our own. On the
+// 32-bit ARM target the sizes and offsets below are ABI.
+
+struct camera3_stream {
+    int32_t stream_type;
+    uint32_t width;
+    uint32_t height;
+    int32_t format;
+    uint64_t usage;
+    uint32_t max_buffers;
+    void* priv;
+    int32_t data_space;
+    int32_t rotation;
+    const char* physical_camera_id;
+    int32_t option;
+    uint8_t opaque[16];
+    uint64_t stream_timestamp;
+    uint32_t min_fps;
+    uint32_t max_fps;
+    void* reserved[1];  // reserved[0] holds the attached zelkov::HalStream
+};
+
+namespace zelkov {
+
+struct zel_camera3_stream {
+    camera3_stream stream;
+    int32_t stream_id;
+};
+
+struct HalStream {
+    uint32_t leading_word;
+    int32_t format;
+    uint64_t producer_usage;
+    uint64_t consumer_usage;
+    uint32_t max_buffers;
+};
+
+}  // namespace zelkov
+
+#if defined(__arm__)
+static_assert(sizeof(camera3_stream) == 88 && alignof(camera3_stream) == 8, "camera3_stream layout");
+static_assert(offsetof(camera3_stream, usage) == 16 && offsetof(camera3_stream, priv) == 28 &&
+                  offsetof(camera3_stream, physical_camera_id) == 40 && offsetof(camera3_stream, opaque) == 48 &&
+                  offsetof(camera3_stream, stream_timestamp) == 64 && offsetof(camera3_stream, reserved) == 80,
+              "camera3_stream offsets");
+static_assert(sizeof(zelkov::zel_camera3_stream) == 96 && offsetof(zelkov::zel_camera3_stream, stream_id) == 88,
+              "zel_camera3_stream layout");
+static_assert(sizeof(zelkov::HalStream) == 32 && offsetof(zelkov::HalStream, producer_usage) == 8 &&
+                  offsetof(zelkov::HalStream, consumer_usage) == 16 && offsetof(zelkov::HalStream, max_buffers) == 24,
+              "HalStream layout");
+#endif
+
+#endif

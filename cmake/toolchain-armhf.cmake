@@ -1,0 +1,14 @@
+# Cross build for 32-bit ARM (armhf: same record layout as the device's 32-bit ARM ABI).
+# Tests run under qemu-arm with the multiarch armhf libraries of this machine.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR arm)
+set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+
+get_filename_component(_zel_root "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
+set(ZEL_ARMHF_RUNTIME_DIR "${_zel_root}/build/.armhf-runtime/usr/lib/p7zip" CACHE PATH
+    "Directory holding the armhf 7z.so that Debian's armhf libbacktrace needs")
+set(CMAKE_CROSSCOMPILING_EMULATOR
+    qemu-arm -E "LD_LIBRARY_PATH=${ZEL_ARMHF_RUNTIME_DIR}:/usr/lib/arm-linux-gnueabihf/android"
+    CACHE STRING "Runs armhf test binaries on the build machine")

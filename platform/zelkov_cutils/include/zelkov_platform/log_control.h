@@ -1,0 +1,19 @@
+#ifndef ZELKOV_PLATFORM_LOG_CONTROL_H
+#define ZELKOV_PLATFORM_LOG_CONTROL_H
+
+// Test control of the host logging stand-in. Without a mask override the
+// enabled mask comes from ZELKOV_LOG_MASK (decimal or 0x hex), errors only when
+// unset; without a sink, messages go to stderr, one line each.
+
+namespace zelkov_platform {
+
+using LogSink = void (*)(int level, const char* tag, const char* message, void* context);
+
+// Routes every printed message to `sink` (null restores stderr).
+void SetLogSink(LogSink sink, void* context);
+// Overrides the enabled mask; a negative value returns to the environment's.
+void SetLogMask(int mask);
+
+}  // namespace zelkov_platform
+
+#endif

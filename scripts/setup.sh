@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Installs what the build needs on a Debian machine (run as root). Idempotent:
+# only missing packages are installed.
+#   scripts/setup.sh host   the host toolchain and platform packages
+#   scripts/setup.sh all    also the armhf cross toolchain, qemu and armhf platform packages
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scope=${1:-all}
+# Packages that exist for several architectures are named with theirs, since
+# the armhf ones may be installed beside the host's.
+host=$(dpkg --print-architecture)
+packages=(cmake ninja-build g++ python3 libgtest-dev:$host libbenchmark-dev:$host
+          android-libutils-dev:$host android-libcutils-dev:$host
+          android-platform-system-core-headers android-platform-frameworks-native-headers)
+if [ "$scope" = all ]; then
+  packages+=(g++-arm-linux-gnueabihf qemu-user
+             android-libutils-dev:armhf android-libcutils-dev:armhf libgtest-dev:armhf)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}"
+  if [ "$scope" = all ] && ! dpkg --print-foreign-architectures | grep -qx armhf; then
+    dpkg --add-architecture armhf
+  fi
+  # A mirror caught mid-sync fails one index; the install below says whether it mattered.
+  apt-get update -qq || echo "setup: apt-get update reported errors, installing anyway"
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# Debian's armhf libbacktrace (under libutils) needs p7zip's 7z.so, which cannot
+# be installed beside the amd64 p7zip: unpack it into the build tree instead.
+runtime=build/.armhf-runtime
+if [ "$scope" = all ] && [ ! -f "$runtime/usr/lib/p7zip/7z.so" ]; then
+  download=$(mktemp -d)
+  chmod 777 "$download"
+  (cd "$download" && apt-get download -qq p7zip-full:armhf)
+  mkdir -p "$runtime"
+  dpkg -x "$download"/p7zip-full_*_armhf.deb "$runtime"
+  rm -rf "$download"
+fi
