@@ -8,6 +8,8 @@
 
 using namespace zelkov;
 
+namespace {
+
 bool RunStreamRoad() {
     std::printf("  Size(): stream %u, HAL stream %u (96 and 32 on 32-bit ARM)\n", ZelCamera3Stream::Size(),
                 ZelCamera3HalStream::Size());
@@ -37,3 +39,7 @@ bool RunStreamRoad() {
     ok &= DemoCheck(!stream.HasHalStream() && copy.HasHalStream(), "detaching one stream leaves the copy attached");
     return ok;
 }
+
+}  // namespace
+
+ZELKOV_DEMO_ROAD(10, "records and the stream road", RunStreamRoad);

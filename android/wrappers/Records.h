@@ -3,13 +3,6 @@
 
 // The records the camera core handles only through pointers and wrappers.
 // Their layouts are private to the library; here they are names only.
-// They are declared with default visibility: the library is built with hidden
-// visibility, and a template instantiated over a hidden type (PImpl<T, Impl>)
-// would be hidden too.
-
-#include <android/ZelExport.h>
-
-#pragma GCC visibility push(default)
 
 struct camera3_stream;
 struct camera3_capture_request;
@@ -47,7 +40,5 @@ namespace zelkov {
 struct zel_camera3_stream;
 struct HalStream;
 }  // namespace zelkov
-
-#pragma GCC visibility pop
 
 #endif

@@ -7,8 +7,10 @@
 
 namespace zelkov {
 
-extern template class PImpl<HalStream, HalStream>;
-extern template class PImpl<camera3_stream, zel_camera3_stream>;
+// Instantiated and exported by the library only. The attribute is needed
+// because an instantiation over a record of hidden visibility is hidden too.
+extern template class ZEL_EXPORT PImpl<HalStream, HalStream>;
+extern template class ZEL_EXPORT PImpl<camera3_stream, zel_camera3_stream>;
 
 // The per-stream HAL record (format, producer and consumer usage, maximum buffers).
 class ZEL_EXPORT ZelCamera3HalStream : public PImpl<HalStream, HalStream> {

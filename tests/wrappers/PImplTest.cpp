@@ -52,7 +52,7 @@ TEST(PImpl, BorrowingWrapperNeverFreesItsRecord) {
 }
 
 TEST(PImpl, OwningWrapperTakesOverACallersRecord) {
-    auto* first = static_cast<HalStream*>(std::malloc(sizeof(HalStream)));
+    auto* first = NewHalStreamRecord();
     auto* second = NewHalStreamRecord();
     ZelCamera3HalStream wrapper(first, true);
     wrapper.ResetPtr(second, true);  // frees `first`; LeakSanitizer proves it in the host build
