@@ -1,0 +1,100 @@
+#ifndef ZELKOV_PLATFORM_SENSOR_CONTROL_H
+#define ZELKOV_PLATFORM_SENSOR_CONTROL_H
+
+// Test control of the simulated sensor platform behind the sensor bridge.
+// Events injected here reach every live event queue on which a sensor of the
+// event's type is registered (or every live queue, when asked), wake the
+// loopers of those queues, and carry CLOCK_BOOTTIME timestamps unless the
+// caller sets one.
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include <android/sensor.h>
+
+namespace zelkov_platform {
+
+struct SimulatedSensor {
+    int type;
+    std::string name;
+    int handle;
+};
+
+enum class SensorManagerMode {
+    kAvailable,  // ASensorManager_getInstanceForPackage returns the manager
+    kMissing,    // it returns null
+    kThrows,     // it throws std::runtime_error with the chosen message
+};
+
+// A typical device: accelerometer, magnetometer, gyroscope, light, rotation
+// vector, device orientation and the three device-private sensors.
+std::vector<SimulatedSensor> DefaultSensors();
+
+// Back to the default device: default list, manager available, no pending
+// read error, no streams or replay, queue capacity 256, logs cleared.
+void ResetSensorPlatform();
+
+void SetSensorList(const std::vector<SimulatedSensor>& sensors);
+void SetSensorManagerMode(SensorManagerMode mode, const char* message = "sensor service unavailable");
+// Capacity of every queue; when full, the oldest event is dropped.
+void SetQueueCapacity(std::size_t capacity);
+
+// Now in the CLOCK_BOOTTIME base, in nanoseconds.
+int64_t BootTimeNs();
+// An event of `type` with data[0..] = `data` and the timestamp `timestamp`
+// (now when 0).
+ASensorEvent MakeSensorEvent(int type, std::initializer_list<float> data, int64_t timestamp = 0);
+
+// Returns the number of queues reached. All events of one call are queued
+// atomically, so a reader sees them together.
+int InjectSensorEvents(const ASensorEvent* events, std::size_t count, bool toEveryQueue = false);
+inline int InjectSensorEvent(const ASensorEvent& event, bool toEveryQueue = false) {
+    return InjectSensorEvents(&event, 1, toEveryQueue);
+}
+
+// The next ASensorEventQueue_getEvents call (on any queue) returns `error`
+// (a negative number) instead of reading.
+void FailNextGetEvents(int error);
+
+// A thread of its own injecting events of `type` at `rateHz` with a slowly
+// varying synthetic signal. Returns an id for StopSensorStream.
+int StartSensorStream(int type, double rateHz);
+void StopSensorStream(int id);
+
+// The motion trace shipped with the bridge.
+const char* DefaultMotionTracePath();
+// Replays a trace ("<milliseconds> <type> <value>..." lines, '#' comments) at
+// real time, stamping each event with the current boot time; with `loop` it
+// starts over at the end. Returns false when the file has no sample.
+bool StartTraceReplay(const char* path, bool loop);
+void StopTraceReplay();
+// Samples in a trace file (0 when unreadable).
+int CountTraceSamples(const char* path);
+
+// Observation.
+struct SensorPlatformStats {
+    int liveLoopers;
+    int liveQueues;
+    int loopersCreated;
+    int queuesCreated;
+    uint64_t droppedEvents;
+    uint64_t injectedEvents;
+};
+SensorPlatformStats GetSensorPlatformStats();
+// Events waiting in all live queues.
+std::size_t PendingEventCount();
+// Sampling period of the last registration of a sensor of `type` still
+// registered on a live queue, or -1 when none is.
+int RegisteredSamplingPeriodUs(int type);
+// Every ASensorEventQueue_getEvents result since the last reset or clear.
+std::vector<long> GetEventsResults();
+void ClearGetEventsResults();
+// Names of the distinct threads that have polled a looper since the last reset.
+std::vector<std::string> PollingThreadNames();
+
+}  // namespace zelkov_platform
+
+#endif

@@ -1,0 +1,128 @@
+// EnableSensor and DisableSensor: the type states, their results and messages.
+#include "SensorTestSupport.h"
+#include "common/LogCapture.h"
+
+using namespace zelkov;
+using zelkov_platform::SimulatedSensor;
+using zelkov_test::LogCapture;
+using Peer = zelkov::SensorListenerTestPeer;
+
+namespace {
+
+class ControlTest : public zelkov_test::SensorTest {
+protected:
+    void TearDown() override {
+        if (listener != nullptr) {
+            // Gives back whatever a failed expectation left on (a second enable first).
+            for (int bit = 1; bit <= 128; bit <<= 1) {
+                if ((g_dualSensorMask & bit) != 0) listener->DisableSensor(bit);
+                if ((g_enabledSensorMask & bit) != 0) listener->DisableSensor(bit);
+            }
+            EXPECT_EQ(UnloadSensorListener(&listener), 0);
+        }
+        SensorTest::TearDown();
+    }
+    void Load() { listener = LoadSensorListener(); }
+    ISensorListener* listener = nullptr;
+};
+
+TEST_F(ControlTest, TypeAbsentFromThePlatformListIsUnsupported) {
+    zelkov_platform::SetSensorList({{ASENSOR_TYPE_GYROSCOPE, "Gyro", 1}});
+    Load();
+    LogCapture capture;
+    EXPECT_EQ(listener->EnableSensor(SENSOR_LISTENER_LIGHT, 0, 0), -19);
+    EXPECT_EQ(capture.Count(1, "EnableSensor: "), 1);
+    EXPECT_EQ(capture.Count(1, "Unsupported sensor type is ordered!(4)"), 1);
+    EXPECT_EQ(g_enabledSensorMask.load(), 0);
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_LIGHT), -19);
+}
+
+TEST_F(ControlTest, UnsupportedValueIsMatchedOncePerListedSensor) {
+    Load();
+    const int listed = static_cast<int>(zelkov_platform::DefaultSensors().size());
+    LogCapture capture;
+    EXPECT_EQ(listener->EnableSensor(3, 0, 0), -19);
+    EXPECT_EQ(capture.Count(1, "sensorMatching: "), listed);
+    EXPECT_EQ(capture.Count(1, "Unsupported sensor type is ordered!(3)"), 1);
+    EXPECT_EQ(capture.Count(8, "enableSensor : numSensors=" + std::to_string(listed) + "/" + std::to_string(listed)),
+              1);
+}
+
+TEST_F(ControlTest, EnableTwiceThenDisableTwice) {
+    Load();
+    SensorListener& object = Peer::Of(listener);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 5000, 0), 0);
+    LogCapture capture;
+    EXPECT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 1000, 0), 0);
+    EXPECT_EQ(capture.Count(1, "sensor(2) is already enabled! 2/2"), 1);
+    EXPECT_EQ(zelkov_platform::RegisteredSamplingPeriodUs(ASENSOR_TYPE_GYROSCOPE), 5000) << "second period unused";
+
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE), -19);
+    EXPECT_EQ(capture.Count(1, "dual sensor type is ordered!(2) 2/0"), 1);
+    EXPECT_TRUE(Peer::LoopRunning(object));
+    EXPECT_EQ(zelkov_platform::RegisteredSamplingPeriodUs(ASENSOR_TYPE_GYROSCOPE), 5000) << "still registered";
+
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE), 0);
+    EXPECT_FALSE(Peer::LoopRunning(object));
+    EXPECT_EQ(g_enabledSensorMask.load() | g_dualSensorMask, 0);
+}
+
+TEST_F(ControlTest, ThreeEnablesAndTwoDisablesLeaveTheTypeOff) {
+    Load();
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_LIGHT, 0, 0), 0);
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_LIGHT), -19);
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_LIGHT), 0);
+    EXPECT_EQ(g_enabledSensorMask.load(), 0);
+    EXPECT_FALSE(Peer::LoopRunning(Peer::Of(listener)));
+}
+
+TEST_F(ControlTest, DisableOfAnOffTypeReturnsZero) {
+    Load();
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_ACCELEROMETER), 0);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 0, 0), 0);
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_ACCELEROMETER), 0);
+    EXPECT_TRUE(Peer::LoopRunning(Peer::Of(listener))) << "the gyroscope is still on";
+    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE), 0);
+}
+
+TEST_F(ControlTest, PeriodIsClampedAndOptionsReplacedOnlyWhenNonZero) {
+    Load();
+    SensorListener& object = Peer::Of(listener);
+    EXPECT_EQ(Peer::Options(object), 1);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_ACCELEROMETER, -20, 0), 0);
+    EXPECT_EQ(zelkov_platform::RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 0);
+    EXPECT_EQ(Peer::Options(object), 1);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 2500, 2), 0);
+    EXPECT_EQ(zelkov_platform::RegisteredSamplingPeriodUs(ASENSOR_TYPE_GYROSCOPE), 2500);
+    EXPECT_EQ(Peer::Options(object), 2);
+}
+
+TEST_F(ControlTest, NoSensorManagerFailsEveryEnableAndDisable) {
+    zelkov_platform::SetSensorManagerMode(zelkov_platform::SensorManagerMode::kThrows, "no service");
+    LogCapture capture;
+    Load();
+    EXPECT_EQ(capture.Count(1, "Failed to get SensorManager. msg=no service"), 1);
+    EXPECT_EQ(Peer::NumSensors(Peer::Of(listener)), 0);
+    zelkov_platform::SetSensorManagerMode(zelkov_platform::SensorManagerMode::kMissing);
+    for (int bit = 1; bit <= 128; bit <<= 1) {
+        EXPECT_EQ(listener->EnableSensor(bit, 0, 0), -19) << bit;
+        EXPECT_EQ(listener->DisableSensor(bit), -19) << bit;
+    }
+    EXPECT_EQ(capture.Count(1, "ASensorManager is NULL"), 16);
+    zelkov_platform::SetSensorManagerMode(zelkov_platform::SensorManagerMode::kAvailable);
+}
+
+TEST_F(ControlTest, DisableWithoutALoadedListenerReturnsZero) {
+    SensorListener orphan;
+    LogCapture capture;
+    EXPECT_EQ(orphan.DisableSensor(SENSOR_LISTENER_GYROSCOPE), 0);
+    EXPECT_EQ(capture.Count(1, "check g_sensorListener"), 1);
+}
+
+TEST_F(ControlTest, ListedSensorOfTypeZeroMakesAnUnsupportedDisableInvalid) {
+    zelkov_platform::SetSensorList({{0, "Odd", 1}});
+    Load();
+    EXPECT_EQ(listener->DisableSensor(3), -22);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "SensorTestSupport.h"
+
+#include <chrono>
+#include <thread>
+
+#include <sensorndkbridge/looper_camera.h>
+
+namespace zelkov {
+
+void SensorListenerTestPeer::AttachQueue(SensorListener& listener) {
+    listener.m_looper = ALooper_forCamera();
+    listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
+                                                              listener.m_looper, 0, nullptr, nullptr);
+}
+
+void SensorListenerTestPeer::DetachQueue(SensorListener& listener) {
+    ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
+    ALooper_release_forCamera(listener.m_looper);
+    listener.m_event_queue = nullptr;
+    listener.m_looper = nullptr;
+}
+
+}  // namespace zelkov
+
+namespace zelkov_test {
+
+bool WaitUntil(const std::function<bool()>& condition, double seconds) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return condition();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+void SensorTest::SetUp() {
+    zelkov_platform::ResetSensorPlatform();
+    SetHrmNameFile(nullptr);
+    SetRearLightNameFile(nullptr);
+    ASSERT_EQ(zelkov::g_sensorListener, nullptr);
+    zelkov::g_sensorListenerLoadCount = 0;
+}
+
+void SensorTest::TearDown() {
+    zelkov_platform::ResetSensorPlatform();
+    EXPECT_EQ(zelkov::g_sensorListener, nullptr) << "a test left a listener loaded";
+    zelkov_platform::SensorPlatformStats stats = zelkov_platform::GetSensorPlatformStats();
+    EXPECT_EQ(stats.liveLoopers, 0);
+    EXPECT_EQ(stats.liveQueues, 0);
+}
+
+}  // namespace zelkov_test

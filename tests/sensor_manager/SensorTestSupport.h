@@ -1,0 +1,76 @@
+#ifndef ZELKOV_TESTS_SENSOR_MANAGER_SENSOR_TEST_SUPPORT_H
+#define ZELKOV_TESTS_SENSOR_MANAGER_SENSOR_TEST_SUPPORT_H
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <android/sensor_manager/internal/SensorListener.h>
+#include <zelkov_platform/sensor_control.h>
+
+namespace zelkov {
+
+// The tests' window into the listener's private state.
+struct SensorListenerTestPeer {
+    static SensorListener& Of(ISensorListener* listener) { return *static_cast<SensorListener*>(listener); }
+
+    // Gives a listener a looper and a queue without a thread, so passes can be
+    // run one by one; the queue takes every injected event.
+    static void AttachQueue(SensorListener& listener);
+    static void DetachQueue(SensorListener& listener);
+    static bool Pass(SensorListener& listener) { return listener.sensorLooperThread(); }
+
+    static SensorListenerEvent Store(SensorListener& listener) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        return listener.m_sensor_data;
+    }
+    static SensorListenerExtraDataInternal Latencies(SensorListener& listener) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        return listener.m_extra_data;
+    }
+    static bool NewData(SensorListener& listener) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        return listener.m_new_data;
+    }
+    static bool Waiting(SensorListener& listener) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        return listener.m_waiting;
+    }
+    static uint32_t ValidMask(SensorListener& listener) { return listener.m_valid_mask.load(); }
+    static int Options(SensorListener& listener) { return listener.m_options; }
+    static void SetOptions(SensorListener& listener, int options) { listener.m_options = options; }
+    static void SetHrmSensorType(SensorListener& listener, int code) { listener.m_hrm_sensor_type = code; }
+    static int HrmSensorType(SensorListener& listener) { return listener.m_hrm_sensor_type; }
+    // Control-side state; read only while no control call runs.
+    static const void* Thread(SensorListener& listener) { return listener.m_thread.get(); }
+    static ALooper* Looper(SensorListener& listener) { return listener.m_looper; }
+    static ASensorEventQueue* Queue(SensorListener& listener) { return listener.m_event_queue; }
+    static bool LoopRunning(SensorListener& listener) { return listener.m_loop_running; }
+    static int NumSensors(SensorListener& listener) { return listener.m_num_sensors; }
+};
+
+}  // namespace zelkov
+
+namespace zelkov_test {
+
+// Sets what the sysfs name files hold for getAlcStatus; null: the file is absent.
+void SetHrmNameFile(const char* content);
+void SetRearLightNameFile(const char* content);
+
+// Polls `condition` until it holds or `seconds` pass; returns the last result.
+bool WaitUntil(const std::function<bool()>& condition, double seconds = 10.0);
+
+// Every listener test starts from a fresh platform, no listener loaded and
+// both name files absent, and checks on exit that no listener is left.
+class SensorTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+}  // namespace zelkov_test
+
+#endif
