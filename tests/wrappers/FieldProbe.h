@@ -26,6 +26,11 @@ namespace zelkov_test {
 // Fill byte of the probed records; no byte of any value written below is 0xEE.
 constexpr std::uint8_t kPattern = 0xEE;
 
+// Fill of the records that copying setters read: their bytes, and the guard
+// bytes after them, all differ from kPattern, so a copy of even one byte more
+// than the record shows in the destination.
+constexpr std::uint8_t kSourceFill = 0x5A;
+
 // A pointer (data or function) with a made-up address; never dereferenced.
 template <typename P>
 P FakePtr(std::uintptr_t address) {
