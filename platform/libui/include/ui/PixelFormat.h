@@ -1,0 +1,36 @@
+#ifndef ANDROID_UI_PIXELFORMAT_H
+#define ANDROID_UI_PIXELFORMAT_H
+
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <system/graphics.h>
+
+namespace android {
+
+enum {
+    PIXEL_FORMAT_UNKNOWN = 0,
+    PIXEL_FORMAT_NONE = 0,
+    PIXEL_FORMAT_CUSTOM = -4,
+    PIXEL_FORMAT_TRANSLUCENT = -3,
+    PIXEL_FORMAT_TRANSPARENT = -2,
+    PIXEL_FORMAT_OPAQUE = -1,
+    PIXEL_FORMAT_RGBA_8888 = HAL_PIXEL_FORMAT_RGBA_8888,
+    PIXEL_FORMAT_RGBX_8888 = HAL_PIXEL_FORMAT_RGBX_8888,
+    PIXEL_FORMAT_RGB_888 = HAL_PIXEL_FORMAT_RGB_888,
+    PIXEL_FORMAT_RGB_565 = HAL_PIXEL_FORMAT_RGB_565,
+    PIXEL_FORMAT_BGRA_8888 = HAL_PIXEL_FORMAT_BGRA_8888,
+    PIXEL_FORMAT_RGBA_5551 = 6,
+    PIXEL_FORMAT_RGBA_4444 = 7,
+    PIXEL_FORMAT_RGBA_FP16 = HAL_PIXEL_FORMAT_RGBA_FP16,
+    PIXEL_FORMAT_RGBA_1010102 = HAL_PIXEL_FORMAT_RGBA_1010102,
+};
+
+typedef int32_t PixelFormat;
+
+// Bytes per pixel of an RGB format, 0 for any other.
+uint32_t bytesPerPixel(PixelFormat format);
+
+}  // namespace android
+
+#endif

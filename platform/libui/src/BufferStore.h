@@ -1,0 +1,70 @@
+#ifndef ZELKOV_PLATFORM_UI_BUFFER_STORE_H
+#define ZELKOV_PLATFORM_UI_BUFFER_STORE_H
+
+#include <stdint.h>
+
+#include <map>
+#include <mutex>
+
+#include <cutils/native_handle.h>
+#include <system/graphics.h>
+#include <ui/PixelFormat.h>
+#include <ui/Rect.h>
+#include <utils/Errors.h>
+#include <zelkov_platform/ui_control.h>
+
+#include "FormatLayout.h"
+
+namespace zelkov_platform {
+namespace ui {
+
+// Every buffer of the process, shared by the mapper and the allocator. A
+// buffer is a memfd of its byte size; it is mapped only while locked.
+class BufferStore {
+public:
+    static BufferStore& Instance();
+
+    android::status_t Allocate(uint32_t width, uint32_t height, android::PixelFormat format, uint32_t layerCount,
+                               uint64_t usage, buffer_handle_t* outHandle, uint32_t* outStride);
+    android::status_t Free(buffer_handle_t handle);
+
+    android::status_t Lock(buffer_handle_t handle, const android::Rect& bounds, void** vaddr,
+                           int32_t* outBytesPerPixel, int32_t* outBytesPerStride);
+    android::status_t LockYCbCr(buffer_handle_t handle, const android::Rect& bounds, android_ycbcr* ycbcr);
+    android::status_t Unlock(buffer_handle_t handle);
+
+    android::status_t GetWidth(buffer_handle_t handle, uint64_t* outWidth);
+    android::status_t GetHeight(buffer_handle_t handle, uint64_t* outHeight);
+
+    void FailNextCall(Call call, int status);
+    void SetEmptyYCbCrPlanes(bool empty);
+    void ResetControls();
+    int LiveBufferCount();
+    int LockedBufferCount();
+
+private:
+    struct Buffer {
+        native_handle_t* handle;
+        const FormatLayout* layout;
+        uint32_t width;
+        uint32_t height;
+        uint32_t stride;
+        uint64_t byteSize;
+        uint8_t* mapping;  // non-null while locked
+    };
+
+    // Under m_lock: consumes a forced failure of `call`, if one is pending.
+    bool TakeFailure(Call call, android::status_t* status);
+    Buffer* Find(buffer_handle_t handle);
+    android::status_t MapForLock(Buffer& buffer, const android::Rect& bounds);
+
+    std::mutex m_lock;
+    std::map<buffer_handle_t, Buffer> m_buffers;
+    std::map<Call, int> m_failures;
+    bool m_emptyPlanes = false;
+};
+
+}  // namespace ui
+}  // namespace zelkov_platform
+
+#endif

@@ -1,0 +1,15 @@
+#include <zelkov_platform/ui_control.h>
+
+#include "BufferStore.h"
+
+namespace zelkov_platform {
+namespace ui {
+
+void FailNextCall(Call call, int status) { BufferStore::Instance().FailNextCall(call, status); }
+void SetEmptyYCbCrPlanes(bool empty) { BufferStore::Instance().SetEmptyYCbCrPlanes(empty); }
+void ResetControls() { BufferStore::Instance().ResetControls(); }
+int LiveBufferCount() { return BufferStore::Instance().LiveBufferCount(); }
+int LockedBufferCount() { return BufferStore::Instance().LockedBufferCount(); }
+
+}  // namespace ui
+}  // namespace zelkov_platform
