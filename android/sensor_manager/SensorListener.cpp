@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <exception>
+#include <thread>
 
 #include <sensorndkbridge/looper_camera.h>
 #include <utils/ThreadDefs.h>
@@ -156,7 +157,11 @@ int SensorListener::EnableSensor(int type, int samplingPeriodUs, int options) {
         return 0;
     }
     int period = samplingPeriodUs >= 0 ? samplingPeriodUs : 0;
-    if (options != 0) m_options = options;
+    if (options != 0) {
+        // Read by the looper and the query under the store's lock.
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        m_options = options;
+    }
     int status = startLoop();
     if (status != 0) {
         ZEL_LOGE("startLoop() failed(%d)!!", status);
@@ -187,7 +192,11 @@ bool SensorListener::initSensor(int type, int samplingPeriodUs) {
     g_enabledSensorMask |= type;
     const ASensor* sensor = ASensorManager_getDefaultSensor(manager, platformTypeOf(type));
     ASensorEventQueue_registerSensor(m_event_queue, sensor, samplingPeriodUs, 0);
-    if (type == SENSOR_LISTENER_ALC) m_hrm_sensor_type = getAlcStatus();
+    if (type == SENSOR_LISTENER_ALC) {
+        int code = getAlcStatus();
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        m_hrm_sensor_type = code;
+    }
     return true;
 }
 
@@ -271,6 +280,10 @@ void SensorListener::endLoop() {
     m_thread->requestExit();
     ALooper_wake(m_looper);
     m_thread->join();
+    // The ending thread lets go of its own reference just after join returns:
+    // wait for that, so the thread object is destroyed here by the stop and
+    // never later on the exiting thread.
+    while (m_thread->getStrongCount() > 1) std::this_thread::yield();
     m_thread = nullptr;
     ASensorManager* manager = getSensorManager();
     if (manager != nullptr) {
