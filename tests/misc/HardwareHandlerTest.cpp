@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <android/misc/IZelHardwareHandler.h>
+#include <android/wrappers/internal/ModuleRecords.h>
+#include <hardware/hardware.h>
+
+using zelkov::IZelHardwareHandler;
+
+namespace {
+
+TEST(HardwareHandlerTest, GetInstanceIsOneObjectAcrossThreads) {
+    std::vector<IZelHardwareHandler*> seen(8);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < seen.size(); ++i) {
+        threads.emplace_back([&seen, i] { seen[i] = IZelHardwareHandler::GetInstance(); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(std::set<IZelHardwareHandler*>(seen.begin(), seen.end()).size(), 1u);
+    EXPECT_EQ(seen[0], IZelHardwareHandler::GetInstance());
+    EXPECT_NE(seen[0], nullptr);
+}
+
+TEST(HardwareHandlerTest, GetModuleFindsTheSampleCameraModule) {
+    const hw_module_t* module = nullptr;
+    ASSERT_EQ(IZelHardwareHandler::GetInstance()->GetModule("camera", &module), 0);
+    ASSERT_NE(module, nullptr);
+    EXPECT_STREQ(module->id, "camera");
+    EXPECT_STREQ(module->name, "Zelkov sample camera module");
+    EXPECT_NE(module->dso, nullptr);
+    EXPECT_EQ(reinterpret_cast<const camera_module*>(module)->get_number_of_cameras(), 2);
+}
+
+TEST(HardwareHandlerTest, EachCallAsksThePlatformWithItsOwnId) {
+    IZelHardwareHandler* handler = IZelHardwareHandler::GetInstance();
+    const hw_module_t* camera = nullptr;
+    ASSERT_EQ(handler->GetModule("camera", &camera), 0);
+
+    // An unknown id after a found one is not answered with the earlier module,
+    // and the output is left as the platform leaves it.
+    const hw_module_t* unknown = reinterpret_cast<const hw_module_t*>(0x5a5a);
+    EXPECT_EQ(handler->GetModule("zelkov_unknown", &unknown), -ENOENT);
+    EXPECT_EQ(unknown, reinterpret_cast<const hw_module_t*>(0x5a5a));
+
+    const hw_module_t* again = nullptr;
+    ASSERT_EQ(handler->GetModule("camera", &again), 0);
+    EXPECT_EQ(again, camera);
+}
+
+}  // namespace
