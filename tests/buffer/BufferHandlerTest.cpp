@@ -1,0 +1,278 @@
+// The buffer handler on the libui stand-in: a real NV21 round trip, the
+// classification of plane arrangements, and the rules for platform failures.
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include <android/buffer/IZelBufferHandler.h>
+#include <android/buffer/ZelNativeHandleRo.h>
+#include <android/constants/GrallocUsageConstants.h>
+#include <android/constants/PixelFormatConstants.h>
+#include <zelkov_platform/ui_control.h>
+
+using namespace zelkov;
+namespace control = zelkov_platform::ui;
+
+namespace {
+
+TEST(FindYuvFormatTest, ClassifiesByStepAndChromaOrder) {
+    static char bytes[256];
+    char* p = bytes + 64;
+    struct Case {
+        char* cb;
+        char* cr;
+        unsigned int step;
+        int id;
+    };
+    const Case cases[] = {
+        {p, p + 1, 2, 0},     {p + 1, p, 2, 1},   {p, p + 2, 2, 1000}, {p, p, 2, 1000},
+        {p, p, 1, 3},         {p, p + 100, 1, 3}, {p + 100, p, 1, 2},  {p, p + 2, 4, 5},
+        {p + 2, p, 4, 1000},  {p, p + 1, 4, 1000}, {p, p + 1, 0, 1000}, {p, p + 1, 3, 1000},
+        {nullptr, nullptr, 1, 3}, {nullptr, nullptr, 2, 1000},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(IZelBufferHandler::FindYuvFormat(c.cb, c.cr, c.step), c.id)
+            << "cb " << static_cast<void*>(c.cb) << " cr " << static_cast<void*>(c.cr) << " step " << c.step;
+    }
+    // Addresses compare unsigned: a Cr pointer in the upper half of the
+    // address space is above a Cb pointer in the lower half.
+    void* low = reinterpret_cast<void*>(std::uintptr_t{0x1000});
+    void* high = reinterpret_cast<void*>(~std::uintptr_t{0} - 0x1000);
+    EXPECT_EQ(IZelBufferHandler::FindYuvFormat(low, high, 1), 3);
+    EXPECT_EQ(IZelBufferHandler::FindYuvFormat(high, low, 1), 2);
+}
+
+class BufferHandlerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        control::ResetControls();
+        m_liveBefore = control::LiveBufferCount();
+    }
+    void TearDown() override {
+        control::ResetControls();
+        EXPECT_EQ(control::LiveBufferCount(), m_liveBefore) << "every buffer freed";
+    }
+
+    const native_handle* Allocate(unsigned int width, unsigned int height, int format, unsigned int* stride = nullptr) {
+        const native_handle* handle = nullptr;
+        unsigned int ignored = 0;
+        EXPECT_EQ(m_handler->Allocate(width, height, format, 1, kCameraUsage, &handle, stride ? stride : &ignored,
+                                      "BufferHandlerTest"),
+                  0);
+        return handle;
+    }
+
+    const unsigned long long kCameraUsage =
+        GET_GRALLOC_USAGE_SW_READ_OFTEN() | GET_GRALLOC_USAGE_SW_WRITE_OFTEN() | GET_GRALLOC_USAGE_HW_CAMERA_WRITE();
+    const unsigned int kCpuUsage = GET_GRALLOC_USAGE_SW_READ_OFTEN() | GET_GRALLOC_USAGE_SW_WRITE_OFTEN();
+    std::unique_ptr<IZelBufferHandler> m_handler{IZelBufferHandler::Create()};
+    int m_liveBefore = 0;
+};
+
+TEST_F(BufferHandlerTest, Nv21RoundTrip) {
+    unsigned int stride = 0;
+    const native_handle* handle = Allocate(640, 480, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP(), &stride);
+    ASSERT_NE(handle, nullptr);
+    EXPECT_GE(stride, 640u);
+
+    ZelNativeHandleRo view(handle);
+    EXPECT_EQ(view.GetNumFds(), 1);
+    EXPECT_GE(view.GetFd(0), 0);
+    EXPECT_EQ(view.GetInt(control::kHandleIntWidth), 640);
+    EXPECT_EQ(view.GetInt(control::kHandleIntFormat), GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
+
+    ZelYCbCrLayout layout{};
+    ASSERT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 640, 480}, &layout), 0);
+    EXPECT_EQ(layout.yuvFormat, 1) << "NV21 interleaves Cr first";
+    EXPECT_EQ(layout.chroma_step, 2u);
+    EXPECT_EQ(layout.ystride, stride);
+    // Luma ramp on the last row, one chroma pair in the last chroma row.
+    auto* y = static_cast<std::uint8_t*>(layout.y);
+    for (int x = 0; x < 640; ++x) y[479 * layout.ystride + x] = static_cast<std::uint8_t>(x);
+    static_cast<std::uint8_t*>(layout.cb)[239 * layout.cstride + 2 * 319] = 0xCB;
+    static_cast<std::uint8_t*>(layout.cr)[239 * layout.cstride + 2 * 319] = 0xC4;
+    ASSERT_EQ(m_handler->Unlock(handle), 0);
+
+    // Read back as flat memory: the Cr Cb pairs follow the luma plane.
+    void* vaddr = nullptr;
+    int bytesPerPixel = 0, bytesPerStride = 0;
+    ASSERT_EQ(m_handler->Lock(handle, kCpuUsage, ZelRect{0, 0, 640, 480}, &vaddr, &bytesPerPixel, &bytesPerStride), 0);
+    EXPECT_EQ(bytesPerPixel, 1);
+    EXPECT_EQ(bytesPerStride, static_cast<int>(stride));
+    const auto* bytes = static_cast<const std::uint8_t*>(vaddr);
+    EXPECT_EQ(bytes[479 * stride + 200], 200);
+    const std::size_t lastPair = stride * 480 + 239 * stride + 2 * 319;
+    EXPECT_EQ(bytes[lastPair], 0xC4);
+    EXPECT_EQ(bytes[lastPair + 1], 0xCB);
+    EXPECT_EQ(m_handler->Unlock(handle), 0);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
+TEST_F(BufferHandlerTest, LockedLayoutsAreClassified) {
+    struct Case {
+        const char* what;
+        int format;
+        int id;
+    };
+    const Case cases[] = {
+        {"NV21", GET_HAL_PIXEL_FORMAT_YCRCB_420_SP(), 1},
+        {"NV12 (flexible 420)", GET_HAL_PIXEL_FORMAT_YCBCR_420_888(), 0},
+        {"YV12", GET_HAL_PIXEL_FORMAT_YV12(), 2},
+        {"P010", GET_HAL_PIXEL_FORMAT_YCBCR_P010(), 5},
+        {"YUYV", GET_HAL_PIXEL_FORMAT_YCBCR_422_I(), 5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const native_handle* handle = Allocate(64, 32, c.format);
+        ZelYCbCrLayout layout{};
+        EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 0);
+        EXPECT_EQ(layout.yuvFormat, c.id);
+        EXPECT_EQ(layout.yuvFormat, IZelBufferHandler::FindYuvFormat(layout.cb, layout.cr, layout.chroma_step));
+        EXPECT_EQ(m_handler->Unlock(handle), 0);
+        EXPECT_EQ(m_handler->Free(handle), 0);
+    }
+}
+
+TEST_F(BufferHandlerTest, LumaOnlyPlanesAreASuccess) {
+    const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_Y8());
+    ZelYCbCrLayout layout{};
+    EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 0);
+    EXPECT_NE(layout.y, nullptr);
+    EXPECT_EQ(layout.cb, nullptr);
+    EXPECT_EQ(layout.cr, nullptr);
+    EXPECT_EQ(layout.yuvFormat, 1000);
+    EXPECT_EQ(m_handler->Unlock(handle), 0);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
+TEST_F(BufferHandlerTest, FailedYCbCrLockLeavesLayoutUntouched) {
+    const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
+    for (int status : {-22, 1}) {
+        control::FailNextCall(control::Call::kLockYCbCr, status);
+        ZelYCbCrLayout layout;
+        std::memset(&layout, 0x5A, sizeof(layout));
+        ZelYCbCrLayout before;
+        std::memcpy(&before, &layout, sizeof(layout));
+        EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 1) << status;
+        EXPECT_EQ(std::memcmp(&layout, &before, sizeof(layout)), 0) << status;
+    }
+    // Not a platform error, but still a refusal: RGBA has no planes.
+    const native_handle* rgba = Allocate(8, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888());
+    ZelYCbCrLayout layout{};
+    layout.yuvFormat = 77;
+    EXPECT_EQ(m_handler->LockYCbCr(rgba, kCpuUsage, ZelRect{0, 0, 8, 8}, &layout), 1);
+    EXPECT_EQ(layout.yuvFormat, 77);
+    EXPECT_EQ(control::LockedBufferCount(), 0);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+    EXPECT_EQ(m_handler->Free(rgba), 0);
+}
+
+TEST_F(BufferHandlerTest, EmptyPlanesAreAFailureWithTheLayoutFilled) {
+    struct Case {
+        const char* what;
+        int format;
+        std::size_t step;
+        int id;  // null Cb and Cr: equal addresses
+    };
+    const Case cases[] = {
+        {"YV12", GET_HAL_PIXEL_FORMAT_YV12(), 1, 3},
+        {"NV21", GET_HAL_PIXEL_FORMAT_YCRCB_420_SP(), 2, 1000},
+        {"P010", GET_HAL_PIXEL_FORMAT_YCBCR_P010(), 4, 1000},
+    };
+    control::SetEmptyYCbCrPlanes(true);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const native_handle* handle = Allocate(64, 32, c.format);
+        ZelYCbCrLayout layout;
+        std::memset(&layout, 0x5A, sizeof(layout));
+        EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 1);
+        EXPECT_EQ(layout.y, nullptr);
+        EXPECT_EQ(layout.cb, nullptr);
+        EXPECT_EQ(layout.cr, nullptr);
+        EXPECT_EQ(layout.chroma_step, c.step);
+        EXPECT_GE(layout.ystride, 64u);
+        EXPECT_EQ(layout.yuvFormat, c.id);
+        EXPECT_EQ(control::LockedBufferCount(), 1) << "the handler does not unlock";
+        EXPECT_EQ(m_handler->Unlock(handle), 0);
+        EXPECT_EQ(m_handler->Free(handle), 0);
+    }
+}
+
+TEST_F(BufferHandlerTest, AnyPlatformStatusButZeroIsOne) {
+    const native_handle* handle = Allocate(16, 16, GET_HAL_PIXEL_FORMAT_RGBA_8888());
+    const ZelRect all{0, 0, 16, 16};
+    for (int status : {-22, 1, -12}) {
+        SCOPED_TRACE(status);
+        void* vaddr = &status;
+        control::FailNextCall(control::Call::kLock, status);
+        EXPECT_EQ(m_handler->Lock(handle, kCpuUsage, all, &vaddr, nullptr, nullptr), 1);
+        EXPECT_EQ(vaddr, &status) << "out-pointers are written only by the platform";
+
+        ASSERT_EQ(m_handler->Lock(handle, kCpuUsage, all, &vaddr, nullptr, nullptr), 0);
+        control::FailNextCall(control::Call::kUnlock, status);
+        EXPECT_EQ(m_handler->Unlock(handle), 1);
+        EXPECT_EQ(m_handler->Unlock(handle), 0);
+
+        const native_handle* other = nullptr;
+        unsigned int stride = 99;
+        control::FailNextCall(control::Call::kAllocate, status);
+        EXPECT_EQ(m_handler->Allocate(8, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 1, kCameraUsage, &other, &stride, "t"), 1);
+        EXPECT_EQ(other, nullptr);
+        EXPECT_EQ(stride, 99u);
+
+        control::FailNextCall(control::Call::kFree, status);
+        EXPECT_EQ(m_handler->Free(handle), 1);
+    }
+    // The stand-in's own refusals reduce to 1 as well.
+    void* vaddr = nullptr;
+    EXPECT_EQ(m_handler->Lock(handle, kCpuUsage, ZelRect{0, 0, 17, 16}, &vaddr, nullptr, nullptr), 1);
+    EXPECT_EQ(m_handler->Unlock(handle), 1) << "not locked";
+    const native_handle* none = nullptr;
+    unsigned int stride = 0;
+    EXPECT_EQ(m_handler->Allocate(0, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 1, kCameraUsage, &none, &stride, "t"), 1);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+    EXPECT_EQ(m_handler->Free(handle), 1) << "already freed";
+}
+
+TEST_F(BufferHandlerTest, AccessRegionPrefersTheBufferSize) {
+    const native_handle* handle = Allocate(640, 480, GET_HAL_PIXEL_FORMAT_BLOB());
+    auto expectRegion = [](const ZelRect& r, int width, int height) {
+        EXPECT_EQ(r.left, 0);
+        EXPECT_EQ(r.top, 0);
+        EXPECT_EQ(r.right, width);
+        EXPECT_EQ(r.bottom, height);
+    };
+    const int blob = GET_HAL_PIXEL_FORMAT_BLOB();
+    const int rawOpaque = GET_HAL_PIXEL_FORMAT_RAW_OPAQUE();
+    const int flexible = GET_HAL_PIXEL_FORMAT_YCBCR_420_888();
+    for (int format : {blob, rawOpaque, flexible}) {
+        SCOPED_TRACE(format);
+        expectRegion(m_handler->GetAccessRegion(handle, format, 10, 20, 30, 40), 640, 480);
+    }
+
+    // An unanswered height makes the known width useless too.
+    control::FailNextCall(control::Call::kGetHeight, -22);
+    expectRegion(m_handler->GetAccessRegion(handle, flexible, 10, 20, 30, 40), 10, 20);
+    control::FailNextCall(control::Call::kGetWidth, -22);
+    expectRegion(m_handler->GetAccessRegion(handle, blob, 10, 20, 30, 40), 30, 40);
+
+    // An unknown handle: the format decides between the two sizes given.
+    expectRegion(m_handler->GetAccessRegion(nullptr, blob, 10, 20, 30, 40), 30, 40);
+    expectRegion(m_handler->GetAccessRegion(nullptr, rawOpaque, 10, 20, 30, 40), 30, 40);
+    expectRegion(m_handler->GetAccessRegion(nullptr, flexible, 10, 20, 30, 40), 10, 20);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
+TEST_F(BufferHandlerTest, HandlersShareOnePlatform) {
+    std::unique_ptr<IZelBufferHandler> second(IZelBufferHandler::Create());
+    EXPECT_NE(second.get(), m_handler.get());
+    const native_handle* handle = Allocate(16, 16, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
+    ZelYCbCrLayout layout{};
+    ASSERT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 16, 16}, &layout), 0);
+    EXPECT_EQ(second->Unlock(handle), 0);
+    EXPECT_EQ(second->Free(handle), 0);
+}
+
+}  // namespace
