@@ -17,7 +17,9 @@ using namespace zelkov;
 
 namespace {
 
-// Allocates, locks as YCbCr and returns the classification id, -1 on failure.
+// Allocates a 640x480 buffer, writes one Cb and one Cr sample through the
+// YCbCr planes and reads them back as flat memory. Returns the classification
+// id, or -1 when a step failed or the bytes did not land where the planes said.
 int ClassifyFormat(IZelBufferHandler& handler, const char* name, int format, unsigned int usage) {
     const native_handle* handle = nullptr;
     unsigned int stride = 0;
@@ -26,16 +28,25 @@ int ClassifyFormat(IZelBufferHandler& handler, const char* name, int format, uns
     std::printf("  %s 640x480: stride %u pixels, handle with %d fd and %d ints (%d bytes)\n", name, stride,
                 view.GetNumFds(), view.GetNumInts(), view.GetInt(zelkov_platform::ui::kHandleIntByteSize));
 
+    const ZelRect frame{0, 0, 640, 480};
     ZelYCbCrLayout layout{};
     int id = -1;
-    if (handler.LockYCbCr(handle, usage, ZelRect{0, 0, 640, 480}, &layout) == 0) {
-        auto* cb = static_cast<std::uint8_t*>(layout.cb);
-        cb[0] = 0x80;
-        std::printf("  %s planes: ystride %zu, cstride %zu, chroma step %zu, cr - cb = %td, yuvFormat %d\n", name,
-                    layout.ystride, layout.cstride, layout.chroma_step,
-                    static_cast<std::uint8_t*>(layout.cr) - cb, layout.yuvFormat);
-        id = cb[0] == 0x80 ? layout.yuvFormat : -1;
+    if (handler.LockYCbCr(handle, usage, frame, &layout) == 0) {
+        *static_cast<std::uint8_t*>(layout.cb) = 0xCB;
+        *static_cast<std::uint8_t*>(layout.cr) = 0xC4;
+        std::printf("  %s planes: ystride %zu, cstride %zu, chroma step %zu, yuvFormat %d\n", name, layout.ystride,
+                    layout.cstride, layout.chroma_step, layout.yuvFormat);
         handler.Unlock(handle);
+
+        void* vaddr = nullptr;
+        if (handler.Lock(handle, usage, frame, &vaddr, nullptr, nullptr) == 0) {
+            const std::uint8_t* pair = static_cast<const std::uint8_t*>(vaddr) + stride * 480;
+            std::printf("  %s first chroma bytes after the luma plane: %02X %02X\n", name, pair[0], pair[1]);
+            const bool crFirst = pair[0] == 0xC4 && pair[1] == 0xCB;
+            const bool cbFirst = pair[0] == 0xCB && pair[1] == 0xC4;
+            if ((layout.yuvFormat == 1 && crFirst) || (layout.yuvFormat == 0 && cbFirst)) id = layout.yuvFormat;
+            handler.Unlock(handle);
+        }
     }
     handler.Free(handle);
     return id;
