@@ -60,10 +60,10 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     const FormatLayout* layout = FindFormatLayout(format);
     if (layout == nullptr) return BAD_VALUE;
     if (width == 0 || height == 0 || layerCount == 0) return BAD_VALUE;
-    if (width > kMaxDimension || height > kMaxDimension) return BAD_VALUE;
+    if (width > kMaxDimension || height > kMaxDimension || layerCount > kMaxDimension) return BAD_VALUE;
     const uint64_t stride = (uint64_t{width} + layout->strideAlign - 1) / layout->strideAlign * layout->strideAlign;
-    const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;
-    if (layerCount > kMaxDimension || byteSize > kMaxBufferBytes) return BAD_VALUE;
+    const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;  // cannot overflow 64 bits here
+    if (byteSize > kMaxBufferBytes) return BAD_VALUE;
 
     const int fd = memfd_create("zelkov-gralloc", MFD_CLOEXEC);
     if (fd < 0) return NO_MEMORY;
