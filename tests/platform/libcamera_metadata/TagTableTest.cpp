@@ -31,6 +31,9 @@ TEST(TagTableTest, StandardTagsHaveThePlatformNamesAndTypes) {
         {0xF0000, "android.sensor.info", "activeArraySize", TYPE_INT32},
         {0x150000, "android.info", "supportedHardwareLevel", TYPE_BYTE},
         {0x170000, "android.sync", "frameNumber", TYPE_INT64},
+        {0x1003E, "android.control", "aeAvailablePriorityModes", TYPE_BYTE},
+        {0xD001B, "android.scaler", "rawCropRegion", TYPE_INT32},
+        {0x220001, "android.sharedSession", "outputConfigurations", TYPE_INT64},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -44,7 +47,7 @@ TEST(TagTableTest, StandardTagsHaveThePlatformNamesAndTypes) {
 }
 
 TEST(TagTableTest, EverySectionStartsAtItsIndexAndNamesEachTagUpToItsEnd) {
-    EXPECT_EQ(int(ANDROID_SECTION_COUNT), 34);
+    EXPECT_EQ(int(ANDROID_SECTION_COUNT), 35);
     for (unsigned section = 0; section < ANDROID_SECTION_COUNT; ++section) {
         SCOPED_TRACE(camera_metadata_section_names[section]);
         const uint32_t start = camera_metadata_section_bounds[section][0];
