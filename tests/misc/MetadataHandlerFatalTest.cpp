@@ -1,0 +1,28 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include <android/misc/IZelCameraMetadataHandler.h>
+#include <zelkov_platform/log_control.h>
+
+// Stands in for the library's internal accessor: no handler.
+extern "C" zelkov::IZelCameraMetadataHandler* _GetCameraMetadataHandler() {
+    return nullptr;
+}
+
+namespace {
+
+TEST(MetadataHandlerFatalTest, AMissingHandlerIsLoggedThenAborts) {
+    zelkov_platform::SetLogMask(1);  // errors: the bit the fatal message tests
+    EXPECT_EXIT(zelkov::GetCameraMetadataHandler(), testing::KilledBySignal(SIGABRT),
+                "IZelCameraMetadataHandler\\.cpp: GetCameraMetadataHandler: [0-9]+: "
+                "CameraMetadataHandler can not be NULL\\.");
+}
+
+TEST(MetadataHandlerFatalTest, AbortsAlsoWithLoggingOff) {
+    zelkov_platform::SetLogMask(0x40);  // the fatal level's own bit does not enable it
+    EXPECT_EXIT(zelkov::GetCameraMetadataHandler(), testing::KilledBySignal(SIGABRT), "");
+    zelkov_platform::SetLogMask(-1);
+}
+
+}  // namespace
