@@ -368,7 +368,7 @@ int update_camera_metadata_entry(camera_metadata_t* dst, size_t index, const voi
 
     camera_metadata_buffer_entry_t* entry = get_entries(dst) + index;
     if (data_count != 0 && data == NULL) return ERROR;
-    if (data_count > UINT32_MAX / camera_metadata_type_size[entry->type]) return ERROR;
+    if (entry->type >= NUM_TYPES || data_count > UINT32_MAX / camera_metadata_type_size[entry->type]) return ERROR;
 
     size_t data_bytes = calculate_camera_metadata_entry_data_size(entry->type, data_count);
     size_t data_payload_bytes = data_count * camera_metadata_type_size[entry->type];
