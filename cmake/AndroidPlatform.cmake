@@ -22,7 +22,3 @@ add_library(android_utils INTERFACE)
 target_link_libraries(android_utils INTERFACE android_headers ${ZEL_ANDROID_UTILS_LIB})
 # The platform libraries carry their own RUNPATH, but executables need the directory too.
 target_link_options(android_utils INTERFACE "LINKER:-rpath,${ZEL_ANDROID_LIB_DIR}")
-if(ZEL_ARMHF_RUNTIME_DIR)
-  # armhf libbacktrace (pulled in by libutils) needs 7z.so, unpacked beside by scripts/setup.sh.
-  target_link_options(android_utils INTERFACE "LINKER:-rpath-link,${ZEL_ANDROID_LIB_DIR}:${ZEL_ARMHF_RUNTIME_DIR}")
-endif()

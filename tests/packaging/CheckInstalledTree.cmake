@@ -40,7 +40,7 @@ set(ENV{PKG_CONFIG_PATH} ${pc_dir})
 set(ENV{PKG_CONFIG_LIBDIR} ${pc_dir})
 execute_process(COMMAND ${PKG_CONFIG} --cflags --libs zelkov_android OUTPUT_VARIABLE flags
                 OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-separate_arguments(flags UNIX_COMMAND "${flags}")
+separate_arguments(flags UNIX_COMMAND "${flags} ${LINKER_FLAGS}")
 get_filename_component(libdir ${pc_dir} DIRECTORY)
 run(${CXX_COMPILER} -std=c++17 ${sanitize_flags} ${CONSUMER_DIR}/main.cpp ${flags} -Wl,-rpath,${libdir}
     -o ${WORK_DIR}/pkg-config-consumer)
