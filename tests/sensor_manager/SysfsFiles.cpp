@@ -22,8 +22,8 @@ struct NameFile {
 };
 
 std::mutex g_lock;
-NameFile g_hrm{"/sys/class/sensors/hrm_sensor/name"};
-NameFile g_rear{"/sys/class/sensors/als_rear/name"};
+NameFile g_hrm{"/sys/class/sensors/hrm_sensor/name", false, {}};
+NameFile g_rear{"/sys/class/sensors/als_rear/name", false, {}};
 
 using FopenFunction = FILE* (*)(const char*, const char*);
 
