@@ -10,7 +10,7 @@ scope=${1:-all}
 # Packages that exist for several architectures are named with theirs, since
 # the armhf ones may be installed beside the host's.
 host=$(dpkg --print-architecture)
-packages=(cmake ninja-build g++ python3 pkgconf abigail-tools blueprint-tools libgtest-dev:$host libbenchmark-dev:$host
+packages=(cmake ninja-build g++ python3 pkgconf abigail-tools blueprint-tools valgrind clang libclang-rt-14-dev libgtest-dev:$host libbenchmark-dev:$host
           android-libutils-dev:$host android-libcutils-dev:$host
           android-platform-system-core-headers android-platform-frameworks-native-headers)
 if [ "$scope" = all ]; then
