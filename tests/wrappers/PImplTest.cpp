@@ -122,6 +122,11 @@ TEST(PImpl, CopyAssignmentKeepsTheTargetsOwnership) {
 
     source = source;  // self-assignment is harmless
     EXPECT_EQ(source.GetHeight(), 1080u);
+
+    ZelCamera3Stream emptySelf(nullptr, false);
+    ZelCamera3Stream& alias = emptySelf;
+    emptySelf = alias;  // an empty wrapper allocates first, whatever the source
+    EXPECT_NE(emptySelf.Ptr(), nullptr);
 }
 
 TEST(PImpl, CopyToAndCopyFromMoveSizeBytesOnlyBetweenRecords) {

@@ -27,7 +27,8 @@ PImpl<T, Impl>::PImpl(const PImpl& other) : m_record(static_cast<Impl*>(std::mal
 
 template <typename T, typename Impl>
 PImpl<T, Impl>& PImpl<T, Impl>::operator=(const PImpl& other) {
-    if (&other != this) CopyFrom(other.Ptr());
+    // Also from itself: an empty wrapper still gets its owned record.
+    CopyFrom(other.Ptr());
     return *this;
 }
 
