@@ -12,10 +12,11 @@ extern "C" zelkov::IZelCameraMetadataHandler* _GetCameraMetadataHandler() {
 
 namespace {
 
+// Printed at the fatal level (F) under the library's tag.
 TEST(MetadataHandlerFatalTest, AMissingHandlerIsLoggedThenAborts) {
     zelkov_platform::SetLogMask(1);  // errors: the bit the fatal message tests
     EXPECT_EXIT(zelkov::GetCameraMetadataHandler(), testing::KilledBySignal(SIGABRT),
-                "IZelCameraMetadataHandler\\.cpp: GetCameraMetadataHandler: [0-9]+: "
+                "F/Zelkov: IZelCameraMetadataHandler\\.cpp: GetCameraMetadataHandler: [0-9]+: "
                 "CameraMetadataHandler can not be NULL\\.");
 }
 
