@@ -110,6 +110,24 @@ TEST_F(BufferHandlerTest, Nv21RoundTrip) {
     EXPECT_EQ(m_handler->Free(handle), 0);
 }
 
+// Each argument lands in its own place of the platform call: the stand-in
+// records them in the handle it makes.
+TEST_F(BufferHandlerTest, AllocatePassesEveryArgumentInOrder) {
+    const native_handle* handle = nullptr;
+    unsigned int stride = 0;
+    const unsigned long long usage = kCameraUsage | (1ull << 40);  // wider than Lock's 32-bit usage
+    ASSERT_EQ(m_handler->Allocate(48, 24, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 3, usage, &handle, &stride, "order"), 0);
+    ZelNativeHandleRo view(handle);
+    EXPECT_EQ(view.GetInt(control::kHandleIntWidth), 48);
+    EXPECT_EQ(view.GetInt(control::kHandleIntHeight), 24);
+    EXPECT_EQ(view.GetInt(control::kHandleIntFormat), GET_HAL_PIXEL_FORMAT_RGBA_8888());
+    EXPECT_EQ(view.GetInt(control::kHandleIntLayerCount), 3);
+    EXPECT_EQ(static_cast<unsigned int>(view.GetInt(control::kHandleIntUsageLow)), static_cast<unsigned int>(usage));
+    EXPECT_EQ(view.GetInt(control::kHandleIntUsageHigh), 1 << 8);
+    EXPECT_EQ(static_cast<int>(stride), view.GetInt(control::kHandleIntStride));
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
 TEST_F(BufferHandlerTest, LockedLayoutsAreClassified) {
     struct Case {
         const char* what;
