@@ -123,12 +123,10 @@ SensorListener::~SensorListener() {
     m_thread = nullptr;
 }
 
-void SensorListener::refreshSensorList(const char* operation) {
+void SensorListener::refreshSensorList(ASensorManager* manager) {
     m_prev_sen_list = m_sen_list;
     m_prev_num_sensors = m_num_sensors;
-    m_num_sensors = ASensorManager_getSensorList(getSensorManager(), &m_sen_list);
-    ZEL_LOGD("%s : numSensors=%d/%d, m_sen_list = %p/%p", operation, m_num_sensors, m_prev_num_sensors,
-             static_cast<const void*>(m_sen_list), static_cast<const void*>(m_prev_sen_list));
+    m_num_sensors = ASensorManager_getSensorList(manager, &m_sen_list);
 }
 
 bool SensorListener::isTypeListed(int type) {
@@ -142,11 +140,14 @@ bool SensorListener::isTypeListed(int type) {
 int SensorListener::EnableSensor(int type, int samplingPeriodUs, int options) {
     ZEL_LOGT("%s is called!(%d)", "EnableSensor", type);
     android::Mutex::Autolock guard(g_sensorListenerLock);
-    if (getSensorManager() == nullptr) {
+    ASensorManager* manager = getSensorManager();
+    if (manager == nullptr) {
         ZEL_LOGE("ASensorManager is NULL");
         return -ENODEV;
     }
-    refreshSensorList("enableSensor");
+    refreshSensorList(manager);
+    ZEL_LOGD("enableSensor : numSensors=%d/%d, m_sen_list = %p/%p", m_num_sensors, m_prev_num_sensors,
+             static_cast<const void*>(m_sen_list), static_cast<const void*>(m_prev_sen_list));
     if (!isTypeListed(type)) {
         ZEL_LOGE("Unsupported sensor type is ordered!(%d)", type);
         return -ENODEV;
@@ -212,20 +213,22 @@ int SensorListener::DisableSensor(int type) {
         ZEL_LOGE("ASensorManager is NULL");
         return -ENODEV;
     }
-    refreshSensorList("disableSensor");
+    refreshSensorList(manager);
+    ZEL_LOGD("disableSensor : numSensors=%d/%d, m_sen_list = %p/%p", m_num_sensors, m_prev_num_sensors,
+             static_cast<const void*>(m_sen_list), static_cast<const void*>(m_prev_sen_list));
     if (!isTypeListed(type)) {
         ZEL_LOGE("Unsupported sensor type is ordered!(%d)", type);
+        return -ENODEV;
+    }
+    if ((g_dualSensorMask & type) != 0) {
+        g_dualSensorMask &= ~type;
+        ZEL_LOGE("dual sensor type is ordered!(%d) %d/%d", type, g_enabledSensorMask.load(), g_dualSensorMask);
         return -ENODEV;
     }
     if (!isSupportedType(type)) {
         // Listed only because the platform lists a sensor of type 0.
         ZEL_LOGE("Sensor Listener doesn't support the sensor type!(%d)", type);
         return -EINVAL;
-    }
-    if ((g_dualSensorMask & type) != 0) {
-        g_dualSensorMask &= ~type;
-        ZEL_LOGE("dual sensor type is ordered!(%d) %d/%d", type, g_enabledSensorMask.load(), g_dualSensorMask);
-        return -ENODEV;
     }
     int platformType = -1;  // no platform sensor has it: an off type disables nothing
     if ((g_enabledSensorMask & type) != 0) {

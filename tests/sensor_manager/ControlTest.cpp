@@ -1,4 +1,7 @@
 // EnableSensor and DisableSensor: the type states, their results and messages.
+#include <string>
+#include <vector>
+
 #include "SensorTestSupport.h"
 #include "common/LogCapture.h"
 
@@ -123,6 +126,51 @@ TEST_F(ControlTest, ListedSensorOfTypeZeroMakesAnUnsupportedDisableInvalid) {
     zelkov_platform::SetSensorList({{0, "Odd", 1}});
     Load();
     EXPECT_EQ(listener->DisableSensor(3), -22);
+}
+
+TEST_F(ControlTest, SecondEnableIsGivenBackBeforeTheTypeTableIsConsulted) {
+    // A listed type-0 sensor lets the value 3 through the list search; with the
+    // accelerometer on, enabling 3 counts as a second enable of both its bits.
+    zelkov_platform::SetSensorList({{ASENSOR_TYPE_ACCELEROMETER, "Accel", 1}, {0, "Odd", 2}});
+    Load();
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_ACCELEROMETER, 0, 0), 0);
+    LogCapture capture;
+    auto tableMisses = [&capture] {
+        int count = 0;
+        for (const LogCapture::Message& message : capture.Messages()) {
+            if (message.text.rfind("SensorListener.cpp: DisableSensor: ", 0) == 0 &&
+                message.text.find("doesn't support the sensor type!(3)") != std::string::npos) {
+                ++count;
+            }
+        }
+        return count;
+    };
+    EXPECT_EQ(listener->EnableSensor(3, 0, 0), 0);
+    EXPECT_EQ(capture.Count(1, "sensor(3) is already enabled! 1/3"), 1);
+    EXPECT_EQ(listener->DisableSensor(3), -19);
+    EXPECT_EQ(capture.Count(1, "dual sensor type is ordered!(3) 1/0"), 1);
+    EXPECT_EQ(tableMisses(), 0) << "the type table is not reached";
+    EXPECT_EQ(listener->DisableSensor(3), -22);
+    EXPECT_EQ(tableMisses(), 1);
+    EXPECT_EQ(g_enabledSensorMask.load(), SENSOR_LISTENER_ACCELEROMETER);
+}
+
+TEST_F(ControlTest, ListRefreshIsLoggedUnderTheOperation) {
+    zelkov_platform::SetSensorList({{ASENSOR_TYPE_GYROSCOPE, "Gyro", 1}});
+    Load();
+    LogCapture capture;
+    zelkov_platform::SetSensorList({{ASENSOR_TYPE_GYROSCOPE, "Gyro", 1}, {ASENSOR_TYPE_LIGHT, "Light", 2}});
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 0, 0), 0);
+    ASSERT_EQ(listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE), 0);
+    std::vector<std::string> refreshes;
+    for (const LogCapture::Message& message : capture.Messages()) {
+        if (message.level == 8) refreshes.push_back(message.text);
+    }
+    ASSERT_EQ(refreshes.size(), 2u);
+    EXPECT_EQ(refreshes[0].rfind("SensorListener.cpp: EnableSensor: ", 0), 0u) << refreshes[0];
+    EXPECT_NE(refreshes[0].find(": enableSensor : numSensors=2/1, m_sen_list = "), std::string::npos) << refreshes[0];
+    EXPECT_EQ(refreshes[1].rfind("SensorListener.cpp: DisableSensor: ", 0), 0u) << refreshes[1];
+    EXPECT_NE(refreshes[1].find(": disableSensor : numSensors=2/2, m_sen_list = "), std::string::npos) << refreshes[1];
 }
 
 }  // namespace

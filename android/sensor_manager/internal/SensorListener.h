@@ -73,7 +73,8 @@ private:
     int stopLoop();
     // Stops and joins the thread, then releases the queue and the looper.
     void endLoop();
-    void refreshSensorList(const char* operation);
+    // Fetches the platform list again, keeping the previous one for the log.
+    void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
     // Stores one event under m_data_lock; returns the type bit it filled, 0 if dropped.
     uint32_t storeEventLocked(const ASensorEvent& event);
