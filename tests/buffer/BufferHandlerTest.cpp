@@ -218,6 +218,25 @@ TEST_F(BufferHandlerTest, EmptyPlanesAreAFailureWithTheLayoutFilled) {
     }
 }
 
+// The handler hands the platform a zeroed record: a mapper that reports
+// success without writing it yields an all-zero layout, which has no planes.
+TEST_F(BufferHandlerTest, PlatformRecordStartsZeroed) {
+    const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
+    control::SetSilentYCbCrLock(true);
+    ZelYCbCrLayout layout;
+    std::memset(&layout, 0x5A, sizeof(layout));
+    EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 1);
+    EXPECT_EQ(layout.y, nullptr);
+    EXPECT_EQ(layout.cb, nullptr);
+    EXPECT_EQ(layout.cr, nullptr);
+    EXPECT_EQ(layout.ystride, 0u);
+    EXPECT_EQ(layout.cstride, 0u);
+    EXPECT_EQ(layout.chroma_step, 0u);
+    EXPECT_EQ(layout.yuvFormat, 1000);
+    EXPECT_EQ(m_handler->Unlock(handle), 0);
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
 TEST_F(BufferHandlerTest, AnyPlatformStatusButZeroIsOne) {
     const native_handle* handle = Allocate(16, 16, GET_HAL_PIXEL_FORMAT_RGBA_8888());
     const ZelRect all{0, 0, 16, 16};

@@ -142,6 +142,7 @@ status_t BufferStore::LockYCbCr(buffer_handle_t handle, const android::Rect& bou
     if (buffer->layout->kind == PlaneKind::kFlat) return BAD_VALUE;  // no planes to describe
     status = MapForLock(*buffer, bounds);
     if (status != NO_ERROR) return status;
+    if (m_silentYCbCrLock) return NO_ERROR;
     FillPlanes(*buffer->layout, buffer->mapping, buffer->stride, buffer->height, ycbcr);
     if (m_emptyPlanes) ycbcr->y = ycbcr->cb = ycbcr->cr = nullptr;
     return NO_ERROR;
@@ -189,10 +190,16 @@ void BufferStore::SetEmptyYCbCrPlanes(bool empty) {
     m_emptyPlanes = empty;
 }
 
+void BufferStore::SetSilentYCbCrLock(bool silent) {
+    std::lock_guard<std::mutex> guard(m_lock);
+    m_silentYCbCrLock = silent;
+}
+
 void BufferStore::ResetControls() {
     std::lock_guard<std::mutex> guard(m_lock);
     m_failures.clear();
     m_emptyPlanes = false;
+    m_silentYCbCrLock = false;
 }
 
 int BufferStore::LiveBufferCount() {

@@ -38,6 +38,7 @@ public:
 
     void FailNextCall(Call call, int status);
     void SetEmptyYCbCrPlanes(bool empty);
+    void SetSilentYCbCrLock(bool silent);
     void ResetControls();
     int LiveBufferCount();
     int LockedBufferCount();
@@ -62,6 +63,7 @@ private:
     std::map<buffer_handle_t, Buffer> m_buffers;
     std::map<Call, int> m_failures;
     bool m_emptyPlanes = false;
+    bool m_silentYCbCrLock = false;
 };
 
 }  // namespace ui

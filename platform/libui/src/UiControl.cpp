@@ -7,6 +7,7 @@ namespace ui {
 
 void FailNextCall(Call call, int status) { BufferStore::Instance().FailNextCall(call, status); }
 void SetEmptyYCbCrPlanes(bool empty) { BufferStore::Instance().SetEmptyYCbCrPlanes(empty); }
+void SetSilentYCbCrLock(bool silent) { BufferStore::Instance().SetSilentYCbCrLock(silent); }
 void ResetControls() { BufferStore::Instance().ResetControls(); }
 int LiveBufferCount() { return BufferStore::Instance().LiveBufferCount(); }
 int LockedBufferCount() { return BufferStore::Instance().LockedBufferCount(); }

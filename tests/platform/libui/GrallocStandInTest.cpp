@@ -239,6 +239,19 @@ TEST_F(GrallocStandInTest, EmptyPlanesKeepStridesAndStayLocked) {
     EXPECT_EQ(m_mapper.unlock(handle), android::NO_ERROR);
 }
 
+TEST_F(GrallocStandInTest, SilentYCbCrLockWritesNothingAndStaysLocked) {
+    buffer_handle_t handle = Allocate(32, 32, HAL_PIXEL_FORMAT_YCRCB_420_SP);
+    control::SetSilentYCbCrLock(true);
+    android_ycbcr ycbcr;
+    std::memset(&ycbcr, 0x5A, sizeof(ycbcr));
+    android_ycbcr before;
+    std::memcpy(&before, &ycbcr, sizeof(ycbcr));
+    ASSERT_EQ(m_mapper.lockYCbCr(handle, 0x3, Rect(32, 32), &ycbcr), android::NO_ERROR);
+    EXPECT_EQ(std::memcmp(&ycbcr, &before, sizeof(ycbcr)), 0);
+    EXPECT_EQ(control::LockedBufferCount(), 1);
+    EXPECT_EQ(m_mapper.unlock(handle), android::NO_ERROR);
+}
+
 TEST_F(GrallocStandInTest, ThreadsShareTheStoreSafely) {
     auto cycle = [this]() {
         for (int i = 0; i < 20; ++i) {

@@ -17,6 +17,10 @@ void FailNextCall(Call call, int status);
 // reports null y, cb and cr.
 void SetEmptyYCbCrPlanes(bool empty);
 
+// While set, lockYCbCr locks the buffer and reports success without writing
+// the android_ycbcr at all, so the caller sees only what it put there.
+void SetSilentYCbCrLock(bool silent);
+
 // Drops pending failures and options; buffers stay as they are.
 void ResetControls();
 
