@@ -53,6 +53,7 @@ void BM_Add(benchmark::State& state) {
         handler->Free(metadata);
     }
     state.SetItemsProcessed(state.iterations() * count);
+    state.SetComplexityN(count);
 }
 
 void Find(benchmark::State& state, bool sorted) {
@@ -66,6 +67,7 @@ void Find(benchmark::State& state, bool sorted) {
         benchmark::DoNotOptimize(handler->FindRoEntry(metadata, kFirstTag + next, &entry));
         next = (next + 7) % count;
     }
+    state.SetComplexityN(state.range(0));
     handler->Free(metadata);
 }
 void BM_FindUnsorted(benchmark::State& state) { Find(state, false); }
@@ -83,6 +85,7 @@ void BM_UpdateMovingData(benchmark::State& state) {
         benchmark::DoNotOptimize(handler->UpdateEntry(metadata, 0, values, length, nullptr));
         length = length == 4 ? 2 : 4;
     }
+    state.SetComplexityN(state.range(0));
     handler->Free(metadata);
 }
 
@@ -95,6 +98,7 @@ void BM_CloneAndSort(benchmark::State& state) {
         handler->Sort(copy);
         handler->Free(copy);
     }
+    state.SetComplexityN(state.range(0));
     handler->Free(unsorted);
 }
 
@@ -102,6 +106,7 @@ void BM_Clone(benchmark::State& state) {
     IZelCameraMetadataHandler* handler = Handler();
     camera_metadata* source = Filled(unsigned(state.range(0)));
     for (auto _ : state) handler->Free(handler->Clone(source));
+    state.SetComplexityN(state.range(0));
     handler->Free(source);
 }
 
@@ -114,6 +119,7 @@ void BM_Append(benchmark::State& state) {
         benchmark::DoNotOptimize(handler->Append(dst, source));
         handler->Free(dst);
     }
+    state.SetComplexityN(state.range(0));
     handler->Free(source);
 }
 
@@ -122,10 +128,12 @@ void BM_Validate(benchmark::State& state) {
     camera_metadata* metadata = Filled(unsigned(state.range(0)));
     const unsigned int size = unsigned(get_camera_metadata_size(metadata));
     for (auto _ : state) benchmark::DoNotOptimize(handler->ValidateStructure(metadata, &size));
+    state.SetComplexityN(state.range(0));
     handler->Free(metadata);
 }
 
-#define ZEL_METADATA_BENCHMARK(name) BENCHMARK(name)->RangeMultiplier(4)->Range(8, 2048)
+// Complexity() fits the time against the entry count (N) and reports the best BigO.
+#define ZEL_METADATA_BENCHMARK(name) BENCHMARK(name)->RangeMultiplier(4)->Range(8, 2048)->Complexity()
 ZEL_METADATA_BENCHMARK(BM_Add);
 ZEL_METADATA_BENCHMARK(BM_FindUnsorted);
 ZEL_METADATA_BENCHMARK(BM_FindSorted);

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Builds the host-release preset and runs every benchmark program, then prints
+# one table of the figures (benchmarks/summarize.py) with the machine they ran on.
+#   scripts/bench.sh                 3 repetitions per benchmark, medians reported
+#   BENCH_REPETITIONS=1 scripts/bench.sh
+# JSON outputs are kept in build/host-release/benchmark-results/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+repetitions=${BENCH_REPETITIONS:-3}
+build=build/host-release
+
+# setup.sh installs packages, which needs root; as another user, say what is missing instead.
+if [ "$(id -u)" = 0 ]; then
+  scripts/setup.sh host >&2
+elif ! dpkg-query -W -f='${Status}' libbenchmark-dev 2>/dev/null | grep -q "install ok installed"; then
+  echo "bench: libbenchmark-dev is missing: run scripts/setup.sh host as root" >&2
+  exit 1
+fi
+
+cmake --preset host-release >&2
+cmake --build "$build" -j2 >&2
+
+results="$build/benchmark-results"
+rm -rf "$results"
+mkdir -p "$results"
+shopt -s nullglob
+programs=("$build"/benchmarks/*_benchmark)
+if [ ${#programs[@]} -eq 0 ]; then
+  echo "bench: no benchmark program in $build/benchmarks" >&2
+  exit 1
+fi
+for program in "${programs[@]}"; do
+  name=$(basename "$program")
+  echo "bench: running $name" >&2
+  "$program" --benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true \
+    --benchmark_out="$results/$name.json" --benchmark_out_format=json >&2
+done
+
+python3 benchmarks/summarize.py "$results"/*.json
