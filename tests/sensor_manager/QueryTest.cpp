@@ -99,6 +99,26 @@ TEST_F(QueryTest, GyroscopeLatencyAverageFollowsTheOption) {
     EXPECT_EQ(event.gyro.z, 6.0f);
 }
 
+TEST_F(QueryTest, AverageLatencyIsTheTruncatedMeanWhileTheOptionIsOn) {
+    // Options 1: the sample is stored, no latency counted.
+    EnableWithSample(SENSOR_LISTENER_GYROSCOPE, MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {1, 2, 3}));
+    SensorListener& object = Peer::Of(listener);
+    SensorListenerEvent event{};
+    SensorListenerExtraData extra{0};
+    auto average = [&] {
+        EXPECT_EQ(listener->GetSensorData(SENSOR_LISTENER_GYROSCOPE, &event, false, &extra), 0);
+        return extra.avg_latency_ns;
+    };
+    Peer::SetOptions(object, 2);
+    EXPECT_EQ(average(), -1) << "statistics on, nothing counted yet";
+    Peer::SetLatencies(object, {1000000, 2000000, 3000000, 4000000, 6000000});
+    EXPECT_EQ(average(), 3200000);
+    Peer::SetLatencies(object, {-7, 0});
+    EXPECT_EQ(average(), -3) << "signed division truncates toward zero";
+    Peer::SetOptions(object, 1);
+    EXPECT_EQ(average(), -1) << "statistics off, history kept";
+}
+
 TEST_F(QueryTest, WaitingQueryReturnsWithTheNextSample) {
     EnableWithSample(SENSOR_LISTENER_GYROSCOPE, MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {1, 0, 0}));
     SensorListenerEvent event{};

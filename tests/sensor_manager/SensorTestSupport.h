@@ -2,6 +2,7 @@
 #define ZELKOV_TESTS_SENSOR_MANAGER_SENSOR_TEST_SUPPORT_H
 
 #include <functional>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -41,7 +42,19 @@ struct SensorListenerTestPeer {
     }
     static uint32_t ValidMask(SensorListener& listener) { return listener.m_valid_mask.load(); }
     static int Options(SensorListener& listener) { return listener.m_options; }
-    static void SetOptions(SensorListener& listener, int options) { listener.m_options = options; }
+    static void SetOptions(SensorListener& listener, int options) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        listener.m_options = options;
+    }
+    // Replaces the latency history as the looper would have built it.
+    static void SetLatencies(SensorListener& listener, std::initializer_list<int64_t> latencies) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        SensorListenerExtraDataInternal& stats = listener.m_extra_data;
+        stats.latencies.assign(latencies.begin(), latencies.end());
+        stats.latency_count = static_cast<int64_t>(stats.latencies.size());
+        stats.latency_sum = 0;
+        for (int64_t latency : stats.latencies) stats.latency_sum += latency;
+    }
     static void SetHrmSensorType(SensorListener& listener, int code) { listener.m_hrm_sensor_type = code; }
     static int HrmSensorType(SensorListener& listener) { return listener.m_hrm_sensor_type; }
     // Control-side state; read only while no control call runs.
