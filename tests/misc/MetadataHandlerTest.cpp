@@ -92,6 +92,38 @@ TEST(MetadataHandlerTest, NullArgumentsGetThePlatformResults) {
     handler->Free(metadata);
 }
 
+// The cache table answers for buffers that carry a vendor id; the handler
+// installs it in the platform library, not as the plain vendor table.
+struct VendorCache {
+    static int TagCount(metadata_vendor_id_t) { return 1; }
+    static void AllTags(uint32_t* tags, metadata_vendor_id_t) { tags[0] = kTag; }
+    static const char* SectionName(uint32_t, metadata_vendor_id_t) { return "com.zelkov.cache"; }
+    static const char* TagName(uint32_t, metadata_vendor_id_t) { return "cached"; }
+    static int TagType(uint32_t tag, metadata_vendor_id_t) { return tag == kTag ? TYPE_INT32 : -1; }
+    static constexpr uint32_t kTag = CAMERA_METADATA_VENDOR_TAG_BOUNDARY + 7;
+};
+
+TEST(MetadataHandlerTest, VendorCacheOpsAnswerForBuffersWithAVendorId) {
+    vendor_tag_cache_ops cache{};
+    cache.get_tag_count = VendorCache::TagCount;
+    cache.get_all_tags = VendorCache::AllTags;
+    cache.get_section_name = VendorCache::SectionName;
+    cache.get_tag_name = VendorCache::TagName;
+    cache.get_tag_type = VendorCache::TagType;
+
+    IZelCameraMetadataHandler* handler = GetCameraMetadataHandler();
+    camera_metadata* metadata = handler->Allocate(1, 0);
+    ASSERT_NE(metadata, nullptr);
+    set_camera_metadata_vendor_id(metadata, 42);
+    const int32_t value = 3;
+    EXPECT_NE(handler->AddEntry(metadata, VendorCache::kTag, &value, 1), kOk) << "no table knows the tag yet";
+    ASSERT_EQ(handler->SetVendorCacheOps(&cache), kOk);
+    EXPECT_EQ(handler->AddEntry(metadata, VendorCache::kTag, &value, 1), kOk);
+    EXPECT_EQ(handler->GetTagType(VendorCache::kTag), -1) << "lookups without a buffer do not use the cache";
+    ASSERT_EQ(handler->SetVendorCacheOps(nullptr), kOk);
+    handler->Free(metadata);
+}
+
 // Vendor tags of the sample camera module, installed for one test.
 class MetadataHandlerRoadTest : public testing::Test {
 protected:
