@@ -208,6 +208,9 @@ int validate_camera_metadata_structure(const camera_metadata_t* metadata, const 
     if (entries_start < sizeof(camera_metadata_t) || entries_start % ENTRY_ALIGNMENT != 0) return ERROR;
     if (entries_end > data_start) return ERROR;
     if (data_start % DATA_ALIGNMENT != 0 || data_end > size) return ERROR;
+    // The data area fills in padded 8-byte units; append places one buffer's
+    // data right after another's, so a ragged count would misalign what follows.
+    if (metadata->data_count % DATA_ALIGNMENT != 0) return ERROR;
 
     const camera_metadata_buffer_entry_t* entries = get_entries(metadata);
     const uint8_t* data = get_data(metadata);
