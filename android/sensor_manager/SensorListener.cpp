@@ -67,6 +67,14 @@ bool isSupportedType(int type) {
     return platformTypeOf(type) != 0;
 }
 
+int64_t wrappingAdd(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+
+int64_t wrappingSub(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) - static_cast<uint64_t>(b));
+}
+
 struct HrmChip {
     const char* name;
     int code;
@@ -379,15 +387,17 @@ void SensorListener::recordLatencyLocked(int64_t timestamp) {
     if (clock_gettime(CLOCK_BOOTTIME, &ts) != 0) return;
     int64_t now = static_cast<int64_t>(ts.tv_sec) * 1000000000LL + ts.tv_nsec;
     if (now == 0) return;
-    int64_t latency = now - timestamp;
+    // Timestamps come from the platform unchecked: the differences and the sum
+    // wrap in two's complement rather than overflow.
+    int64_t latency = wrappingSub(now, timestamp);
     SensorListenerExtraDataInternal& stats = m_extra_data;
     if (stats.latency_count < SensorListenerExtraDataInternal::kMaxLatencies) {
         ++stats.latency_count;
-        stats.latency_sum += latency;
+        stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
     } else {
-        stats.latency_sum += latency;
+        stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
         if (!stats.latencies.empty()) {
-            stats.latency_sum -= stats.latencies.front();
+            stats.latency_sum = wrappingSub(stats.latency_sum, stats.latencies.front());
             stats.latencies.pop_front();
         }
     }
