@@ -30,7 +30,8 @@ void BM_IntakeRate(benchmark::State& state) {
         while (zelkov_platform::PendingEventCount() != 0) {
         }
     }
-    state.SetItemsProcessed(state.iterations() * burst);
+    state.counters["events_per_second"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * burst, benchmark::Counter::kIsRate);
     listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE);
     UnloadSensorListener(&listener);
 }

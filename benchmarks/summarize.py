@@ -9,7 +9,7 @@ variation of the real time). When a run has repetitions the medians are used.
 What a row shows follows from the counters the benchmark reports:
   wrapper_ns, direct_ns, ratio  an accessor against a direct call
   median_us, p99_us (max_us)    a latency distribution
-  items_per_second              a rate
+  <what>_per_second             a rate, in <what>/s
   a BigO aggregate              a family over sizes: its end points and the fit
 otherwise the real time per iteration.
 """
@@ -98,8 +98,9 @@ def row_for(program, r, spread):
         figures = ["median", "p99"] + (["max"] if "max_us" in r else [])
         values = " / ".join(number(r[f + "_us"]) for f in figures)
         return [name, " / ".join(figures), values, "µs", spread]
-    if "items_per_second" in r:
-        return [name, "throughput", si(r["items_per_second"]), "items/s", spread]
+    rates = [key for key in r if key.endswith("_per_second")]
+    if rates:
+        return [name, "rate", si(r[rates[0]]), rates[0].replace("_per_second", "/s"), spread]
     unit, factor = scaled_unit(real_ns(r))
     return [name, "real time per iteration", number(real_ns(r) / factor), unit, spread]
 
@@ -118,7 +119,7 @@ def machine_line(context):
                     break
     except OSError:
         pass
-    date = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC")
+    date = context.get("date") or datetime.datetime.now(datetime.timezone.utc).isoformat(timespec="seconds")
     load = ", ".join(f"{v:.2f}" for v in context.get("load_avg", []))
     return f"Machine: {model}, {os.cpu_count()} cores, load average {load} at start; run {date}"
 
