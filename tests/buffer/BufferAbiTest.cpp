@@ -13,6 +13,8 @@ using namespace zelkov;
 
 namespace {
 
+using zelkov_test::VtableOffset;
+
 TEST(BufferAbiTest, RecordLayouts) {
     EXPECT_EQ(sizeof(ZelNativeHandleRo), sizeof(void*));
     EXPECT_EQ(sizeof(ZelRect), 16u);
@@ -27,17 +29,6 @@ TEST(BufferAbiTest, RecordLayouts) {
     EXPECT_EQ(offsetof(ZelYCbCrLayout, cstride), 16u);
     EXPECT_EQ(offsetof(ZelYCbCrLayout, chroma_step), 20u);
     EXPECT_EQ(offsetof(ZelYCbCrLayout, yuvFormat), 24u);
-}
-
-// The vtable byte offset a pointer to a virtual member encodes (Itanium C++
-// ABI: ARM keeps the offset in the pointer and flags virtual in the
-// adjustment, others add 1 to the offset).
-template <typename Member>
-std::ptrdiff_t VtableOffset(Member member) {
-    std::ptrdiff_t words[2];
-    static_assert(sizeof(member) == sizeof(words), "two-word member pointer");
-    std::memcpy(words, &member, sizeof(words));
-    return zelkov_test::kIs32BitArm ? words[0] : words[0] - 1;
 }
 
 TEST(BufferAbiTest, VirtualSlotsFollowTheDestructors) {

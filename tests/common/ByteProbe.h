@@ -61,6 +61,17 @@ inline std::vector<std::size_t> Span(std::size_t offset, std::size_t width) {
     return span;
 }
 
+// The vtable byte offset a pointer to a virtual member encodes (Itanium C++
+// ABI: ARM keeps the offset in the pointer and flags virtual in the
+// adjustment, others add 1 to the offset). Virtual slot order is ABI.
+template <typename Member>
+std::ptrdiff_t VtableOffset(Member member) {
+    std::ptrdiff_t words[2];
+    static_assert(sizeof(member) == sizeof(words), "two-word member pointer");
+    std::memcpy(words, &member, sizeof(words));
+    return kIs32BitArm ? words[0] : words[0] - 1;
+}
+
 }  // namespace zelkov_test
 
 #endif

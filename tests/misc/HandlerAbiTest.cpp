@@ -14,16 +14,7 @@ using namespace zelkov;
 
 namespace {
 
-// The vtable byte offset a pointer to a virtual member encodes (Itanium C++
-// ABI: ARM keeps the offset in the pointer and flags virtual in the
-// adjustment, others add 1 to the offset).
-template <typename Member>
-std::ptrdiff_t VtableOffset(Member member) {
-    std::ptrdiff_t words[2];
-    static_assert(sizeof(member) == sizeof(words), "two-word member pointer");
-    std::memcpy(words, &member, sizeof(words));
-    return zelkov_test::kIs32BitArm ? words[0] : words[0] - 1;
-}
+using zelkov_test::VtableOffset;
 
 constexpr std::ptrdiff_t kSlot = sizeof(void*);
 
