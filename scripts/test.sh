@@ -1,14 +1,23 @@
 #!/usr/bin/env bash
-# Builds and runs every test: host (ASan+UBSan), host-tsan and armhf (under
-# qemu-arm). Installs what is missing first. Exits non-zero on any failure.
+# Builds and runs every test: host (ASan+UBSan with LeakSanitizer), host-tsan,
+# armhf (under qemu-arm), the fuzz targets for a bounded time (host-fuzz), and
+# the demo under Valgrind's memcheck. Installs what is missing first. Exits
+# non-zero on any failure or sanitizer report.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh all
 
-for preset in host host-tsan armhf; do
+for preset in host host-tsan armhf host-fuzz; do
   echo "=== $preset"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done
+
+echo "=== demo under valgrind memcheck"
+cmake --preset host-release >/dev/null
+cmake --build --preset host-release --target zelkov_demo
+valgrind --quiet --error-exitcode=3 --leak-check=full --errors-for-leak-kinds=definite \
+  build/host-release/demo/zelkov_demo >/dev/null
+echo "demo: memcheck clean"
