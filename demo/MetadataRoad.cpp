@@ -4,6 +4,7 @@
 
 #include <android/misc/IZelCameraMetadataHandler.h>
 #include <android/misc/IZelHardwareHandler.h>
+#include <android/wrappers/ZelHwModule.h>
 #include <hardware/hardware.h>
 #include <system/camera_metadata.h>
 
@@ -63,7 +64,10 @@ bool RunMetadataRoad() {
     const hw_module_t* module = nullptr;
     const int status = IZelHardwareHandler::GetInstance()->GetModule("camera", &module);
     ok &= DemoCheck(status == 0 && module != nullptr, "camera module found by hw_get_module");
-    if (status == 0) std::printf("  module \"%s\" by %s, id %s\n", module->name, module->author, module->id);
+    if (status == 0) {
+        ZelHwModule record(module, false);
+        std::printf("  module \"%s\" by %s, id %s\n", record.GetName(), record.GetAuthor(), record.GetId());
+    }
     const hw_module_t* missing = nullptr;
     ok &= DemoCheck(IZelHardwareHandler::GetInstance()->GetModule("no_such_module", &missing) == -2,
                     "an unknown module id gives -ENOENT");

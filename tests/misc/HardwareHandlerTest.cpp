@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <android/misc/IZelHardwareHandler.h>
+#include <android/wrappers/ZelCameraModule.h>
+#include <android/wrappers/ZelHwModule.h>
 #include <android/wrappers/internal/ModuleRecords.h>
 #include <hardware/hardware.h>
 
@@ -29,10 +31,13 @@ TEST(HardwareHandlerTest, GetModuleFindsTheSampleCameraModule) {
     const hw_module_t* module = nullptr;
     ASSERT_EQ(IZelHardwareHandler::GetInstance()->GetModule("camera", &module), 0);
     ASSERT_NE(module, nullptr);
-    EXPECT_STREQ(module->id, "camera");
-    EXPECT_STREQ(module->name, "Zelkov sample camera module");
-    EXPECT_NE(module->dso, nullptr);
-    EXPECT_EQ(reinterpret_cast<const camera_module*>(module)->get_number_of_cameras(), 2);
+    // Read as a camera core does: through borrowing wrappers.
+    zelkov::ZelCameraModule camera(reinterpret_cast<const camera_module*>(module), false);
+    zelkov::ZelHwModule common(camera.GetHwModule(), false);
+    EXPECT_STREQ(common.GetId(), "camera");
+    EXPECT_STREQ(common.GetName(), "Zelkov sample camera module");
+    EXPECT_NE(common.GetDso(), nullptr);
+    EXPECT_EQ(camera.GetFnGetNumberOfCameras()(), 2);
 }
 
 TEST(HardwareHandlerTest, EachCallAsksThePlatformWithItsOwnId) {
