@@ -1,6 +1,7 @@
 // The stream wrapper: every field at its byte offset, the fields the platform
 // lacks, Copy2's stride and the HalStream attachment.
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <vector>
@@ -25,7 +26,9 @@ namespace {
 // The 32-bit offset on the target; the compiler's offset elsewhere.
 #define FIELD_AT(offset32, record, member) (kIs32BitArm ? std::size_t{offset32} : offsetof(record, member))
 
-int g_marker;  // an address to store in pointer fields
+// A made-up address for pointer fields, never dereferenced; unlike a real
+// address, none of its bytes can be the probe's 0xEE fill.
+int* const kMarker = reinterpret_cast<int*>(std::uintptr_t{0x1A2B3C4D});
 
 struct FieldCase {
     const char* name;
@@ -52,15 +55,15 @@ std::vector<FieldCase> StreamFields() {
          [](auto& s) { return s.GetUsage() == 0x8877665544332211ull; }},
         {"MaxBuffers", FIELD_AT(24, S, max_buffers), 4, [](auto& s) { s.SetMaxBuffers(0xA1A2A3A4u); },
          [](auto& s) { return s.GetMaxBuffers() == 0xA1A2A3A4u; }},
-        {"Priv", FIELD_AT(28, S, priv), ptr, [](auto& s) { s.SetPriv(&g_marker); },
-         [](auto& s) { return s.GetPriv() == &g_marker; }},
+        {"Priv", FIELD_AT(28, S, priv), ptr, [](auto& s) { s.SetPriv(kMarker); },
+         [](auto& s) { return s.GetPriv() == kMarker; }},
         {"DataSpace", FIELD_AT(32, S, data_space), 4, [](auto& s) { s.SetDataSpace(0x08C20000 | 0x111); },
          [](auto& s) { return s.GetDataSpace() == (0x08C20000 | 0x111); }},
         {"Rotation", FIELD_AT(36, S, rotation), 4, [](auto& s) { s.SetRotation(0x01020304); },
          [](auto& s) { return s.GetRotation() == 0x01020304; }},
         {"PhysicalCameraId", FIELD_AT(40, S, physical_camera_id), ptr,
-         [](auto& s) { s.SetPhysicalCameraId(reinterpret_cast<const char*>(&g_marker)); },
-         [](auto& s) { return s.GetPhysicalCameraId() == reinterpret_cast<const char*>(&g_marker); }},
+         [](auto& s) { s.SetPhysicalCameraId(reinterpret_cast<const char*>(kMarker)); },
+         [](auto& s) { return s.GetPhysicalCameraId() == reinterpret_cast<const char*>(kMarker); }},
         {"Option", FIELD_AT(44, S, option), 4, [](auto& s) { s.SetOption(0x7F6F5F4F); },
          [](auto& s) { return s.GetOption() == 0x7F6F5F4F; }},
         {"StreamTimestamp", FIELD_AT(64, S, stream_timestamp), 8,
@@ -71,8 +74,8 @@ std::vector<FieldCase> StreamFields() {
         {"MaxFps", FIELD_AT(76, S, max_fps), 4, [](auto& s) { s.SetMaxFps(0x1A1B1C1Du); },
          [](auto& s) { return s.GetMaxFps() == 0x1A1B1C1Du; }},
         {"HalStream", FIELD_AT(80, S, reserved), ptr,
-         [](auto& s) { s.SetHalStream(reinterpret_cast<HalStream*>(&g_marker)); },
-         [](auto& s) { return s.GetReserved()[0] == &g_marker; }},
+         [](auto& s) { s.SetHalStream(reinterpret_cast<HalStream*>(kMarker)); },
+         [](auto& s) { return s.GetReserved()[0] == kMarker; }},
         {"StreamId", FIELD_AT(88, Z, stream_id), 4, [](auto& s) { s.SetStreamId(0x2B2C2D2E); },
          [](auto& s) { return s.GetStreamId() == 0x2B2C2D2E; }},
     };
