@@ -3,6 +3,7 @@
 // replays a recorded hand-held motion, then disable and unload.
 #include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include <android/sensor_manager/ISensorListener.h>
 #include <zelkov_platform/sensor_control.h>
@@ -28,8 +29,13 @@ bool RunGyroRoad() {
     int64_t first = 0;
     int64_t last = 0;
     const auto start = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500)) {
-        if (listener->GetSensorData(SENSOR_LISTENER_GYROSCOPE, &event, true, &extra) != 0) continue;
+    // About half a second of the trace; the deadline only bounds a slow run (under valgrind, say).
+    while (reads < 100 && std::chrono::steady_clock::now() - start < std::chrono::seconds(5)) {
+        if (listener->GetSensorData(SENSOR_LISTENER_GYROSCOPE, &event, true, &extra) != 0) {
+            // No sample yet: give the looper thread the processor instead of spinning.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            continue;
+        }
         if (event.gyro.timestamp == last) continue;
         if (reads == 0) first = event.gyro.timestamp;
         last = event.gyro.timestamp;

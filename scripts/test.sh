@@ -18,6 +18,11 @@ done
 echo "=== demo under valgrind memcheck"
 cmake --preset host-release >/dev/null
 cmake --build --preset host-release --target zelkov_demo
-valgrind --quiet --error-exitcode=3 --leak-check=full --errors-for-leak-kinds=definite \
-  build/host-release/demo/zelkov_demo >/dev/null
-echo "demo: memcheck clean"
+log=build/host-release/demo-memcheck.log
+if ! valgrind --quiet --error-exitcode=3 --leak-check=full --errors-for-leak-kinds=definite \
+     build/host-release/demo/zelkov_demo >"$log" 2>&1; then
+  cat "$log"
+  echo "demo: failed under memcheck"
+  exit 1
+fi
+echo "demo: every road worked, memcheck clean"
