@@ -1,8 +1,6 @@
 // A camera core's view of the request, notification, device and module
 // records: public headers only, every record reached through its wrapper.
-#include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -45,91 +43,45 @@ TEST(CameraCoreRecords, SizesAsTheLibraryReportsThem) {
 #endif
 }
 
-TEST(CameraCoreRecords, RequestWithOutputBuffersOfOneStream) {
+int CloseDevice(hw_device_t*) { return 0; }
+
+// One round per header family: records built, linked and read back through
+// exported accessors only. Field offsets are proved byte by byte in tests/wrappers.
+TEST(CameraCoreRecords, RequestNotifyDeviceAndModuleFamilies) {
     ZelCamera3Stream stream;
-    stream.SetWidth(1280);
     camera3_stream_buffer* outputs = ZelCamera3StreamBuffer::Create(2);
     ASSERT_NE(outputs, nullptr);
     std::memset(outputs, 0, 2 * ZelCamera3StreamBuffer::Size());
-    ZelCamera3StreamBuffer first(At<ZelCamera3StreamBuffer>(outputs, 0), false);
     ZelCamera3StreamBuffer second(At<ZelCamera3StreamBuffer>(outputs, 1), false);
-    first.SetStream(stream.Ptr());
     second.SetStream(stream.Ptr());
-    second.SetAcquireFence(-1);
-
+    second.SetMaxFps(30);
     ZelCamera3CaptureRequest request;
-    request.SetFrameNumber(42);
-    request.SetNumOutputBuffers(2);
     request.SetOutputBuffers(outputs);
-    request.SetInputWidth(640);
-    EXPECT_EQ(request.GetInputWidth(), 0u);
-
     ZelCamera3StreamBuffer reread(At<ZelCamera3StreamBuffer>(request.GetOutputBuffers(), 1), false);
-    EXPECT_EQ(reread.GetAcquireFence(), -1);
     EXPECT_EQ(reread.GetStream(), stream.Ptr());
-
-    first.SetBufferTimestamp(5000);
-    first.SetMaxFps(30);
-    EXPECT_EQ(reread.GetBufferTimestamp(), 5000u);
     EXPECT_EQ(stream.GetMaxFps(), 30u);
-
-    ZelCamera3CaptureResult result;
-    result.SetFrameNumber(request.GetFrameNumber());
-    result.SetOutputBuffers(request.GetOutputBuffers());
-    result.SetPartialResult(1);
-    ZelCamera3CaptureResult copy(result);
-    EXPECT_EQ(copy.GetFrameNumber(), 42u);
-    EXPECT_EQ(copy.GetOutputBuffers(), outputs);
     ZelCamera3StreamBuffer::Free(outputs);
-}
 
-TEST(CameraCoreRecords, NotifyBodyThroughBothViews) {
     ZelCamera3ShutterMsg shutter;
-    shutter.SetFrameNumber(7);
     shutter.SetTimestamp(123456789ull);
     ZelCamera3NotifyMsg notify;
-    notify.SetType(2);
     notify.SetShutterMsg(shutter.Ptr());
     EXPECT_EQ(ZelCamera3ShutterMsg(notify.GetShutterMsg(), false).GetTimestamp(), 123456789ull);
-    EXPECT_EQ(static_cast<void*>(notify.GetErrorMsg()), static_cast<void*>(notify.GetShutterMsg()));
-    // The error view reads the same leading frame number.
-    EXPECT_EQ(ZelCamera3ErrorMsg(notify.GetErrorMsg(), false).GetFrameNumber(), 7u);
-    EXPECT_EQ(notify.GetType(), 2);
-}
 
-int CloseDevice(hw_device_t*) { return 0; }
-int Flush(const camera3_device*) { return 0; }
-
-TEST(CameraCoreRecords, DeviceAndModuleTables) {
     ZelHwDevice common;
-    common.SetVersion(0x305);
     common.SetFnClose(&CloseDevice);
-    ZelCamera3DeviceOps ops;
-    ops.SetFnFlush(&Flush);
-    void* reserved[5] = {};
-    ops.SetReserved(reserved);
-    EXPECT_EQ(ops.GetNumReserved(), 5u);
-
     ZelCamera3Device device;
     device.SetHwDevice(common.Ptr());
-    device.SetOps(ops.Ptr());
-    common.SetVersion(0);  // copied by value
-    ZelHwDevice embedded(device.GetHwDevice(), false);
-    EXPECT_EQ(embedded.GetVersion(), 0x305u);
-    EXPECT_EQ(embedded.GetFnClose(), &CloseDevice);
-    EXPECT_EQ(ZelCamera3DeviceOps(device.GetOps(), false).GetFnFlush(), &Flush);
+    EXPECT_EQ(ZelHwDevice(device.GetHwDevice(), false).GetFnClose(), &CloseDevice);
 
     ZelHwModule hw;
     hw.SetName("zelkov camera");
     ZelCameraModule module;
     module.SetHwModule(hw.Ptr());
     EXPECT_STREQ(ZelHwModule(module.GetHwModule(), false).GetName(), "zelkov camera");
-
-    ZelConCurrentCameraCombination pair;
-    unsigned int ids[2] = {0, 2};
-    pair.SetNumCameras(2);
-    pair.SetConCurrentCamArray(ids);
-    EXPECT_EQ(pair.GetConCurrentCamArray()[1], 2u);
+    ZelCameraStreamCombination combination;
+    combination.SetNumStreams(3);
+    EXPECT_EQ(ZelCameraStreamCombination(combination).GetNumStreams(), 3u);
 }
 
 }  // namespace

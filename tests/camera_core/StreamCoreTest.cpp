@@ -1,7 +1,6 @@
 // A camera core's view of the library: public headers, exported symbols, no
 // record layout. Records are reached only through wrappers and Size().
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -14,34 +13,18 @@ namespace {
 
 TEST(CameraCore, StreamRoadThroughTheExportedInterface) {
     ZelCamera3Stream stream;
-    stream.SetStreamType(0);
-    stream.SetWidth(1920);
-    stream.SetHeight(1080);
     stream.SetUsage(0x20000000000ull);
-    stream.SetStreamId(4);
-
     ZelCamera3HalStream hal;
-    hal.SetHalStreamFormat(0x23);
     hal.SetHalStreamMaxBuffers(8);
     stream.SetHalStream(hal.Ptr());
-
     ZelCamera3Stream copy(stream);
-    EXPECT_EQ(copy.GetWidth(), 1920u);
     EXPECT_EQ(copy.GetUsage(), 0x20000000000ull);
-    EXPECT_EQ(copy.GetStreamId(), 4);
-    EXPECT_EQ(copy.GetHalStreamFormat(), 0x23);
     EXPECT_EQ(copy.GetHalStreamMaxBuffers(), 8u);
-
     ZelCamera3Stream moved(std::move(copy));
     EXPECT_EQ(copy.Ptr(), nullptr);
-    EXPECT_EQ(moved.GetHeight(), 1080u);
+    ZelCamera3Stream::Free(moved.Release());
 
-    camera3_stream* released = moved.Release();
-    ZelCamera3Stream::Free(released);
-}
-
-TEST(CameraCore, BorrowsARecordSizedBySize) {
-    // The core knows only Size(): it allocates the record itself and lends it.
+    // The core knows only Size(): it allocates a record itself and lends it.
     void* storage = std::calloc(1, ZelCamera3Stream::Size());
     ASSERT_NE(storage, nullptr);
     {
