@@ -224,18 +224,6 @@ TEST(BufferThroughStream, EveryBufferAndTheStreamShareOneTimestampAndFrameRateRa
     EXPECT_EQ(second.GetBufferTimestamp(), 123456789012ull);
     EXPECT_EQ(second.GetMinFps(), 15u);
     EXPECT_EQ(second.GetMaxFps(), 30u);
-
-    stream.SetStreamTimestamp(7);
-    stream.SetMaxFps(60);
-    EXPECT_EQ(first.GetBufferTimestamp(), 7u);
-    EXPECT_EQ(second.GetMaxFps(), 60u);
-
-    // A buffer of another stream is not affected.
-    ZelCamera3Stream other;
-    ZelCamera3StreamBuffer third;
-    third.SetStream(other.Ptr());
-    EXPECT_EQ(third.GetBufferTimestamp(), 0u);
-    EXPECT_EQ(third.GetMaxFps(), 0u);
 }
 
 }  // namespace
