@@ -33,6 +33,14 @@ bool WaitUntil(const std::function<bool()>& condition, double seconds) {
     return true;
 }
 
+void DisableAllAndUnload(zelkov::ISensorListener*& listener) {
+    for (int bit = 1; bit <= 128; bit <<= 1) {
+        if ((zelkov::g_dualSensorMask & bit) != 0) listener->DisableSensor(bit);
+        if ((zelkov::g_enabledSensorMask & bit) != 0) listener->DisableSensor(bit);
+    }
+    EXPECT_EQ(zelkov::UnloadSensorListener(&listener), 0);
+}
+
 void SensorTest::SetUp() {
     zelkov_platform::ResetSensorPlatform();
     SetHrmNameFile(nullptr);

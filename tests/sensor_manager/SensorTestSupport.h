@@ -73,6 +73,9 @@ namespace zelkov_test {
 void SetHrmNameFile(const char* content);
 void SetRearLightNameFile(const char* content);
 
+// Gives back every enable a test left on (second enables first), then unloads.
+void DisableAllAndUnload(zelkov::ISensorListener*& listener);
+
 // Polls `condition` until it holds or `seconds` pass; returns the last result.
 bool WaitUntil(const std::function<bool()>& condition, double seconds = 10.0);
 
