@@ -140,29 +140,20 @@ TEST_F(BufferHandlerTest, LockedLayoutsAreClassified) {
         {"YV12", GET_HAL_PIXEL_FORMAT_YV12(), 2},
         {"P010", GET_HAL_PIXEL_FORMAT_YCBCR_P010(), 5},
         {"YUYV", GET_HAL_PIXEL_FORMAT_YCBCR_422_I(), 5},
+        // A luma plane without chroma planes is still a success.
+        {"Y8", GET_HAL_PIXEL_FORMAT_Y8(), 1000},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         const native_handle* handle = Allocate(64, 32, c.format);
         ZelYCbCrLayout layout{};
         EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 0);
+        EXPECT_NE(layout.y, nullptr);
         EXPECT_EQ(layout.yuvFormat, c.id);
         EXPECT_EQ(layout.yuvFormat, IZelBufferHandler::FindYuvFormat(layout.cb, layout.cr, layout.chroma_step));
         EXPECT_EQ(m_handler->Unlock(handle), 0);
         EXPECT_EQ(m_handler->Free(handle), 0);
     }
-}
-
-TEST_F(BufferHandlerTest, LumaOnlyPlanesAreASuccess) {
-    const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_Y8());
-    ZelYCbCrLayout layout{};
-    EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 64, 32}, &layout), 0);
-    EXPECT_NE(layout.y, nullptr);
-    EXPECT_EQ(layout.cb, nullptr);
-    EXPECT_EQ(layout.cr, nullptr);
-    EXPECT_EQ(layout.yuvFormat, 1000);
-    EXPECT_EQ(m_handler->Unlock(handle), 0);
-    EXPECT_EQ(m_handler->Free(handle), 0);
 }
 
 TEST_F(BufferHandlerTest, FailedYCbCrLockLeavesLayoutUntouched) {
