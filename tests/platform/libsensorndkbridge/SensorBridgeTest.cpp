@@ -1,5 +1,7 @@
 // The simulated sensor platform as the listener relies on it: the manager and
-// its list, queues bound to loopers that block for real, and the sources.
+// its list, queues bound to loopers that block for real, and the trace source.
+// A missing or throwing manager and the live stream are proved through the
+// listener in tests/sensor_manager (ControlTest, ModelTest, RoadTest).
 #include <thread>
 #include <vector>
 
@@ -51,18 +53,6 @@ TEST_F(SensorBridgeTest, ManagerListsTheConfiguredSensors) {
 
     SetSensorList({});
     EXPECT_EQ(ASensorManager_getSensorList(manager, &list), 0);
-}
-
-TEST_F(SensorBridgeTest, ManagerCanBeMissingOrThrow) {
-    SetSensorManagerMode(SensorManagerMode::kMissing);
-    EXPECT_EQ(ASensorManager_getInstanceForPackage(nullptr), nullptr);
-    SetSensorManagerMode(SensorManagerMode::kThrows, "dead service");
-    try {
-        ASensorManager_getInstanceForPackage(nullptr);
-        ADD_FAILURE() << "no exception";
-    } catch (const std::exception& error) {
-        EXPECT_STREQ(error.what(), "dead service");
-    }
 }
 
 TEST_F(SensorBridgeTest, EventsReachOnlyQueuesWithTheSensorRegisteredInOrder) {
@@ -133,20 +123,6 @@ TEST_F(SensorBridgeTest, TimestampsAreInTheBootTimeBase) {
     EXPECT_GE(event.timestamp, before);
     EXPECT_LE(event.timestamp, after);
     EXPECT_EQ(event.version, static_cast<int32_t>(sizeof(ASensorEvent)));
-}
-
-TEST_F(SensorBridgeTest, StreamFeedsItsTypeFromItsOwnThread) {
-    Register(ASENSOR_TYPE_GYROSCOPE);
-    int stream = StartSensorStream(ASENSOR_TYPE_GYROSCOPE, 2000);
-    int received = 0;
-    ASensorEvent events[8];
-    while (received < 20) {
-        ASSERT_EQ(ALooper_pollOnce_camera(looper, -1, nullptr, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
-        ssize_t n = ASensorEventQueue_getEvents(queue, events, 8);
-        for (ssize_t i = 0; i < n; ++i) EXPECT_EQ(events[i].type, ASENSOR_TYPE_GYROSCOPE);
-        received += static_cast<int>(n);
-    }
-    StopSensorStream(stream);
 }
 
 TEST_F(SensorBridgeTest, ShippedTraceReplaysItsSamples) {
