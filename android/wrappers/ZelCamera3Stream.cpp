@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include <android/wrappers/internal/Accessors.h>
 #include <android/wrappers/internal/PImplImpl.h>
 #include <android/wrappers/internal/StreamRecords.h>
 
@@ -10,14 +11,10 @@ namespace zelkov {
 template class PImpl<HalStream, HalStream>;
 template class PImpl<camera3_stream, zel_camera3_stream>;
 
-int ZelCamera3HalStream::GetHalStreamFormat() const { return m_record->format; }
-void ZelCamera3HalStream::SetHalStreamFormat(int format) { m_record->format = format; }
-unsigned long long ZelCamera3HalStream::GetHalStreamProducerUsage() const { return m_record->producer_usage; }
-void ZelCamera3HalStream::SetHalStreamProducerUsage(unsigned long long usage) { m_record->producer_usage = usage; }
-unsigned long long ZelCamera3HalStream::GetHalStreamConsumerUsage() const { return m_record->consumer_usage; }
-void ZelCamera3HalStream::SetHalStreamConsumerUsage(unsigned long long usage) { m_record->consumer_usage = usage; }
-unsigned int ZelCamera3HalStream::GetHalStreamMaxBuffers() const { return m_record->max_buffers; }
-void ZelCamera3HalStream::SetHalStreamMaxBuffers(unsigned int maxBuffers) { m_record->max_buffers = maxBuffers; }
+ZEL_FIELD_ACCESSORS(ZelCamera3HalStream, HalStreamFormat, int, format)
+ZEL_FIELD_ACCESSORS(ZelCamera3HalStream, HalStreamProducerUsage, unsigned long long, producer_usage)
+ZEL_FIELD_ACCESSORS(ZelCamera3HalStream, HalStreamConsumerUsage, unsigned long long, consumer_usage)
+ZEL_FIELD_ACCESSORS(ZelCamera3HalStream, HalStreamMaxBuffers, unsigned int, max_buffers)
 
 namespace {
 
@@ -65,36 +62,21 @@ unsigned long long ZelCamera3Stream::GetHalStreamMaxBuffers() const {
     return hal != nullptr ? hal->max_buffers : 0;  // widened without sign
 }
 
-int ZelCamera3Stream::GetStreamType() const { return m_record->stream.stream_type; }
-void ZelCamera3Stream::SetStreamType(int streamType) { m_record->stream.stream_type = streamType; }
-unsigned int ZelCamera3Stream::GetWidth() const { return m_record->stream.width; }
-void ZelCamera3Stream::SetWidth(unsigned int width) { m_record->stream.width = width; }
-unsigned int ZelCamera3Stream::GetHeight() const { return m_record->stream.height; }
-void ZelCamera3Stream::SetHeight(unsigned int height) { m_record->stream.height = height; }
-int ZelCamera3Stream::GetFormat() const { return m_record->stream.format; }
-void ZelCamera3Stream::SetFormat(int format) { m_record->stream.format = format; }
-unsigned long long ZelCamera3Stream::GetUsage() const { return m_record->stream.usage; }
-void ZelCamera3Stream::SetUsage(unsigned long long usage) { m_record->stream.usage = usage; }
-unsigned int ZelCamera3Stream::GetMaxBuffers() const { return m_record->stream.max_buffers; }
-void ZelCamera3Stream::SetMaxBuffers(unsigned int maxBuffers) { m_record->stream.max_buffers = maxBuffers; }
-void* ZelCamera3Stream::GetPriv() const { return m_record->stream.priv; }
-void ZelCamera3Stream::SetPriv(void* priv) { m_record->stream.priv = priv; }
-int ZelCamera3Stream::GetDataSpace() const { return m_record->stream.data_space; }
-void ZelCamera3Stream::SetDataSpace(int dataSpace) { m_record->stream.data_space = dataSpace; }
-int ZelCamera3Stream::GetRotation() const { return m_record->stream.rotation; }
-void ZelCamera3Stream::SetRotation(int rotation) { m_record->stream.rotation = rotation; }
-const char* ZelCamera3Stream::GetPhysicalCameraId() const { return m_record->stream.physical_camera_id; }
-void ZelCamera3Stream::SetPhysicalCameraId(const char* id) { m_record->stream.physical_camera_id = id; }
-int ZelCamera3Stream::GetOption() const { return m_record->stream.option; }
-void ZelCamera3Stream::SetOption(int option) { m_record->stream.option = option; }
-unsigned long long ZelCamera3Stream::GetStreamTimestamp() const { return m_record->stream.stream_timestamp; }
-void ZelCamera3Stream::SetStreamTimestamp(unsigned long long timestamp) { m_record->stream.stream_timestamp = timestamp; }
-unsigned int ZelCamera3Stream::GetMinFps() const { return m_record->stream.min_fps; }
-void ZelCamera3Stream::SetMinFps(unsigned int minFps) { m_record->stream.min_fps = minFps; }
-unsigned int ZelCamera3Stream::GetMaxFps() const { return m_record->stream.max_fps; }
-void ZelCamera3Stream::SetMaxFps(unsigned int maxFps) { m_record->stream.max_fps = maxFps; }
-int ZelCamera3Stream::GetStreamId() const { return m_record->stream_id; }
-void ZelCamera3Stream::SetStreamId(int streamId) { m_record->stream_id = streamId; }
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, StreamType, int, stream.stream_type)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Width, unsigned int, stream.width)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Height, unsigned int, stream.height)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Format, int, stream.format)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Usage, unsigned long long, stream.usage)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, MaxBuffers, unsigned int, stream.max_buffers)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Priv, void*, stream.priv)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, DataSpace, int, stream.data_space)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Rotation, int, stream.rotation)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, PhysicalCameraId, const char*, stream.physical_camera_id)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, Option, int, stream.option)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, StreamTimestamp, unsigned long long, stream.stream_timestamp)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, MinFps, unsigned int, stream.min_fps)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, MaxFps, unsigned int, stream.max_fps)
+ZEL_FIELD_ACCESSORS(ZelCamera3Stream, StreamId, int, stream_id)
 
 void** ZelCamera3Stream::GetReserved() const { return m_record->stream.reserved; }
 void ZelCamera3Stream::SetReserved(void** values) { m_record->stream.reserved[0] = values[0]; }
