@@ -57,7 +57,11 @@ ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferSet, NumBuffers, unsigned int, num_buf
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferSet, Buffers, const native_handle***, buffers)
 
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, Stream, camera3_stream*, stream)
-ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, Status, int, status)
+// The platform declares the status as an enum of int size; the core sees an int.
+int ZelCamera3StreamBufferRet::GetStatus() const { return m_record->status; }
+void ZelCamera3StreamBufferRet::SetStatus(int value) {
+    m_record->status = static_cast<camera3_stream_buffer_req_status_t>(value);
+}
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, NumOutputBuffers, unsigned int, num_output_buffers)
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, OutputBuffers, camera3_stream_buffer*, output_buffers)
 
