@@ -164,7 +164,7 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
             }
         } else {
             std::vector<uint8_t> luma;
-            if (!GrallocHelper::ReadLuma(*buffer, &luma)) return "[rule buffer-lock] cannot lock a YUV buffer";
+            if (!GrallocHelper::ReadLuma(*buffer, 1, &luma)) return "[rule buffer-lock] cannot lock a YUV buffer";
             int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
             if (drawn >= 0 && drawn != int64_t(frame))
                 failure = "[rule stale-frame] frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
@@ -182,12 +182,12 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
 }
 
 int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height) {
-    // 32 blocks across the top rows, most significant bit first, dark 0, bright 1.
-    const uint32_t block = width / 32;
-    if (block == 0 || height < 2) return -1;
+    // 32 blocks across the top rows, block i over columns [i*width/32,
+    // (i+1)*width/32), most significant bit first, 0 dark and 1 bright.
+    if (width < 32 || height < 1 || luma.size() < width) return -1;
     uint32_t value = 0;
     for (uint32_t bit = 0; bit < 32; ++bit) {
-        uint8_t y = luma[size_t(block) * bit + block / 2];
+        uint8_t y = luma[(2 * bit + 1) * width / 64];
         if (y > 64 && y < 192) return -1;  // not a strip: a colour-bar or other picture
         value = (value << 1) | (y >= 192 ? 1u : 0u);
     }

@@ -43,10 +43,11 @@ uint8_t Clamp(int v) { return uint8_t(std::clamp(v, 0, 255)); }
 
 }  // namespace
 
-bool GrallocHelper::ReadLuma(const GrallocBuffer& b, std::vector<uint8_t>* luma) {
+bool GrallocHelper::ReadLuma(const GrallocBuffer& b, uint32_t rows, std::vector<uint8_t>* luma) {
+    rows = std::min(rows, b.height);
     return WithYCbCr(b, [&](const android_ycbcr& p) {
-        luma->resize(size_t(b.width) * b.height);
-        for (uint32_t y = 0; y < b.height; ++y)
+        luma->resize(size_t(b.width) * rows);
+        for (uint32_t y = 0; y < rows; ++y)
             memcpy(luma->data() + size_t(y) * b.width, static_cast<const uint8_t*>(p.y) + y * p.ystride, b.width);
     });
 }

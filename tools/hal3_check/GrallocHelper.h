@@ -28,8 +28,8 @@ public:
     // Allocates; "" on success, else the reason.
     static std::string Allocate(uint32_t width, uint32_t height, int format, uint64_t usage, GrallocBuffer* out);
     static void Free(GrallocBuffer* buffer);
-    // The luma plane, `width` bytes per row.
-    static bool ReadLuma(const GrallocBuffer& b, std::vector<uint8_t>* luma);
+    // The first `rows` rows of the luma plane, `width` bytes per row.
+    static bool ReadLuma(const GrallocBuffer& b, uint32_t rows, std::vector<uint8_t>* luma);
     // The picture as 8-bit RGB, for dumps.
     static bool ReadRgb(const GrallocBuffer& b, std::vector<uint8_t>* rgb);
     static bool ReadBytes(const GrallocBuffer& b, std::vector<uint8_t>* bytes);

@@ -218,15 +218,15 @@ TEST_P(Preview, EverySize) {
     ASSERT_NO_FATAL_FAILURE(Open());
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     int sizes = 0;
-    for (int format : {kFormatImplementationDefined, kFormatYuv420}) {
-        for (const auto& c : Sizes(format)) {
-            uint64_t usage = format == kFormatYuv420 ? kUsageSwReadOften : kUsageHwComposer;
-            if (!Configure({{format, uint32_t(c.width), uint32_t(c.height), usage}})) continue;
-            Report::Get().Trace("preview " + std::to_string(c.width) + "x" + std::to_string(c.height));
-            Stream(options().frames, s.get(), {0});
-            if (!Drain()) return;
-            ++sizes;
-        }
+    for (const auto& c : OutputConfigs(static_)) {
+        if (c.format == kFormatBlob) continue;
+        uint64_t usage = c.format == kFormatImplementationDefined ? kUsageHwComposer : kUsageSwReadOften;
+        if (!Configure({{c.format, uint32_t(c.width), uint32_t(c.height), usage}})) continue;
+        Report::Get().Trace("preview " + std::to_string(c.width) + "x" + std::to_string(c.height) + " format " +
+                            std::to_string(c.format));
+        Stream(options().frames, s.get(), {0});
+        if (!Drain()) return;
+        ++sizes;
     }
     EXPECT_GT(sizes, 0) << "[rule configure] no preview size streamed";
     note_ = "sizes=" + std::to_string(sizes) + " ";
