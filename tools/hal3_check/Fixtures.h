@@ -67,6 +67,7 @@ public:
     int Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes, uint32_t* frame = nullptr);
     // Forgets the previous settings (after configure, the next request must carry some).
     void ResetSettings() { lastSettings_ = nullptr; }
+    uint32_t nextFrame() const { return nextFrame_; }
     // Frames whose pictures are dumped (by frame number), and the name prefix.
     void DumpFrame(uint32_t frame, const std::string& prefix);
     uint32_t jpegs() const { return jpegs_; }

@@ -210,6 +210,10 @@ void ResultChecker::ShutterBeforeResult(uint32_t frame, Entry& entry) {
 void ResultChecker::HandleResult(Event& e) {
     const std::string f = "frame " + std::to_string(e.frame) + ": ";
     if (deviceError_) FailLocked("[rule error-device] " + f + "result after ERROR_DEVICE");
+    if (!e.buffers.empty() && done_.count(e.frame) && !inFlight_.count(e.frame)) {
+        FailLocked("[rule buffer-once] " + f + "buffer returned after the frame had completed");
+        return;
+    }
     Entry* entry = Lookup(e.frame, "capture result");
     if (entry == nullptr) return;
     if (e.inputBuffer) FailLocked("[rule input-buffer] " + f + "input buffer returned for a request without one");
@@ -278,12 +282,14 @@ void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuf
         FailLocked("[rule buffer-fifo] " + f + "buffer came back after frame " + std::to_string(p->overtakenBy) +
                    "'s on the same stream");
     auto& q = streamQueues_[b.stream];
-    for (uint32_t earlier : q) {
-        if (earlier == frame) break;
-        for (auto& other : inFlight_[earlier].buffers)
+    auto mine = std::find(q.begin(), q.end(), frame);
+    for (auto it = q.begin(); it != mine; ++it) {
+        auto earlier = inFlight_.find(*it);
+        if (earlier == inFlight_.end()) continue;
+        for (auto& other : earlier->second.buffers)
             if (other.stream == b.stream && !other.returned && other.overtakenBy == 0) other.overtakenBy = frame;
     }
-    q.erase(std::find(q.begin(), q.end(), frame));
+    if (mine != q.end()) q.erase(mine);
     bool expectError = entry.errorRequest || entry.errorBuffers.count(b.stream);
     if (expectError && b.status != CAMERA3_BUFFER_STATUS_ERROR)
         FailLocked(std::string(entry.errorRequest ? "[rule error-request] " : "[rule error-buffer] ") + f +

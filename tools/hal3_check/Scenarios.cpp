@@ -29,6 +29,7 @@ void CameraScenario::SetUp() {
 
 void CameraScenario::TearDown() {
     if (device_ != nullptr && device_->device() != nullptr) Close();
+    checker_.reset();  // its thread may still use the fixtures' inspector
     std::vector<int64_t> latencies;
     uint32_t errors = 0;
     for (const auto& f : frames_) {
@@ -82,7 +83,9 @@ MetadataPtr CameraScenario::Settings(int templateType) {
 
 bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams) {
     for (int i = 0; i < count; ++i) {
-        uint32_t frame = 0;
+        uint32_t frame = frames_fixture_->nextFrame();
+        if (i == count - 1) frames_fixture_->DumpFrame(frame, id_ + "_" +
+                                                      ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
         int rc = frames_fixture_->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
             ReportFailures(checker_->TakeFailures());
@@ -93,8 +96,6 @@ bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const 
             ADD_FAILURE() << "[rule request] frame " << frame << " refused: " << rc;
             return false;
         }
-        if (i == count - 1) frames_fixture_->DumpFrame(frame, id_ + "_" +
-                                                      ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
     }
     return true;
 }
