@@ -35,7 +35,7 @@ TEST(HardwareHandlerTest, EachCallAsksThePlatformWithItsOwnId) {
     // Read as a camera core does: through borrowing wrappers.
     zelkov::ZelCameraModule camera(reinterpret_cast<const camera_module*>(module), false);
     zelkov::ZelHwModule common(camera.GetHwModule(), false);
-    EXPECT_STREQ(common.GetName(), "Zelkov sample camera module");
+    EXPECT_STREQ(common.GetName(), "Zelkov simulated camera core");
     EXPECT_EQ(camera.GetFnGetNumberOfCameras()(), 2);
     EXPECT_EQ(camera.GetFnSetTorchMode(), nullptr);
 

@@ -1,6 +1,6 @@
 // The metadata handler forwards to the platform library: a buffer built,
 // edited and checked entirely through the handler, with vendor tags from the
-// sample camera module.
+// simulated camera core.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -123,7 +123,7 @@ TEST(MetadataHandlerTest, VendorCacheOpsAnswerForBuffersWithAVendorId) {
     handler->Free(metadata);
 }
 
-// Vendor tags of the sample camera module, installed for one test.
+// Vendor tags of the simulated camera core, installed for one test.
 class MetadataHandlerRoadTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -138,8 +138,8 @@ protected:
     vendor_tag_ops m_vendor_ops{};
 };
 
-constexpr unsigned int kExposureBias = CAMERA_METADATA_VENDOR_TAG_BOUNDARY;     // int32
-constexpr unsigned int kChannelGains = CAMERA_METADATA_VENDOR_TAG_BOUNDARY + 2;  // float
+constexpr unsigned int kGyroSample = CAMERA_METADATA_VENDOR_TAG_BOUNDARY;        // float
+constexpr unsigned int kFrameCounter = CAMERA_METADATA_VENDOR_TAG_BOUNDARY + 2;  // int64
 
 TEST_F(MetadataHandlerRoadTest, BuildSortFindUpdateAppendCloneValidate) {
     camera_metadata* metadata = m_handler->Allocate(8, 96);
@@ -149,21 +149,21 @@ TEST_F(MetadataHandlerRoadTest, BuildSortFindUpdateAppendCloneValidate) {
     const int64_t exposure = 10000000;
     const double gps[] = {48.1, 11.5, 520.0};
     const camera_metadata_rational_t step = {1, 6};
-    const int32_t bias = -3;
+    const int64_t bias = -3;
     const float gains[] = {1.0f, 1.5f, 2.0f, 1.5f};
     ASSERT_EQ(m_handler->AddEntry(metadata, ANDROID_CONTROL_CAPTURE_INTENT, &intent, 1), kOk);
     ASSERT_EQ(m_handler->AddEntry(metadata, ANDROID_SENSOR_EXPOSURE_TIME, &exposure, 1), kOk);
-    ASSERT_EQ(m_handler->AddEntry(metadata, kExposureBias, &bias, 1), kOk);
+    ASSERT_EQ(m_handler->AddEntry(metadata, kFrameCounter, &bias, 1), kOk);
     ASSERT_EQ(m_handler->AddEntry(metadata, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, fps, 2), kOk);
-    ASSERT_EQ(m_handler->AddEntry(metadata, kChannelGains, gains, 4), kOk);
+    ASSERT_EQ(m_handler->AddEntry(metadata, kGyroSample, gains, 4), kOk);
     ASSERT_EQ(m_handler->AddEntry(metadata, ANDROID_JPEG_GPS_COORDINATES, gps, 3), kOk);
     ASSERT_EQ(m_handler->AddEntry(metadata, ANDROID_CONTROL_AE_COMPENSATION_STEP, &step, 1), kOk);
     EXPECT_EQ(m_handler->GetEntryCount(metadata), 7u);
-    EXPECT_EQ(m_handler->GetDataCount(metadata), 8u + 8u + 16u + 24u + 8u);
+    EXPECT_EQ(m_handler->GetDataCount(metadata), 8u + 8u + 8u + 16u + 24u + 8u);
     EXPECT_EQ(m_handler->GetEntryCapacity(metadata), 8u);
     EXPECT_EQ(m_handler->GetDataCapacity(metadata), 96u);
-    EXPECT_STREQ(m_handler->GetTagName(kChannelGains), "channelGains");
-    EXPECT_STREQ(m_handler->GetSectionName(kChannelGains), "com.zelkov.sample");
+    EXPECT_STREQ(m_handler->GetTagName(kGyroSample), "gyroSample");
+    EXPECT_STREQ(m_handler->GetSectionName(kGyroSample), "com.zelkov.sim");
 
     // Sorted: standard tags first by value, then the vendor tags.
     ASSERT_EQ(m_handler->Sort(metadata), kOk);
@@ -171,22 +171,22 @@ TEST_F(MetadataHandlerRoadTest, BuildSortFindUpdateAppendCloneValidate) {
     ASSERT_EQ(m_handler->GetRoEntry(metadata, 0, &ro), kOk);
     EXPECT_EQ(ro.tag, (unsigned int)ANDROID_CONTROL_AE_TARGET_FPS_RANGE);
     ASSERT_EQ(m_handler->GetRoEntry(metadata, 6, &ro), kOk);
-    EXPECT_EQ(ro.tag, kChannelGains);
+    EXPECT_EQ(ro.tag, kFrameCounter);
     ASSERT_EQ(m_handler->FindRoEntry(metadata, ANDROID_JPEG_GPS_COORDINATES, &ro), kOk);
     EXPECT_EQ(ro.type, TYPE_DOUBLE);
     EXPECT_DOUBLE_EQ(ro.data.d[2], 520.0);
     zel_camera_metadata_entry entry;
-    ASSERT_EQ(m_handler->FindEntry(metadata, kExposureBias, &entry), kOk);
-    EXPECT_EQ(entry.data.i32[0], -3);
+    ASSERT_EQ(m_handler->FindEntry(metadata, kFrameCounter, &entry), kOk);
+    EXPECT_EQ(entry.data.i64[0], -3);
     EXPECT_EQ(m_handler->FindEntry(metadata, ANDROID_LENS_APERTURE, &entry), -ENOENT);
 
-    // Grow the vendor bias to three values, then shrink the gains to one.
-    const int32_t biases[] = {-3, 0, 3};
-    ASSERT_EQ(m_handler->FindEntry(metadata, kExposureBias, &entry), kOk);
+    // Grow the frame counter to three values, then shrink the gyroscope sample to one.
+    const int64_t biases[] = {-3, 0, 3};
+    ASSERT_EQ(m_handler->FindEntry(metadata, kFrameCounter, &entry), kOk);
     ASSERT_EQ(m_handler->UpdateEntry(metadata, entry.index, biases, 3, &entry), kOk);
     EXPECT_EQ(entry.count, 3u);
-    EXPECT_EQ(entry.data.i32[2], 3);
-    ASSERT_EQ(m_handler->FindEntry(metadata, kChannelGains, &entry), kOk);
+    EXPECT_EQ(entry.data.i64[2], 3);
+    ASSERT_EQ(m_handler->FindEntry(metadata, kGyroSample, &entry), kOk);
     ASSERT_EQ(m_handler->UpdateEntry(metadata, entry.index, gains + 1, 1, &entry), kOk);
     EXPECT_FLOAT_EQ(entry.data.f[0], 1.5f);
     ASSERT_EQ(m_handler->FindRoEntry(metadata, ANDROID_SENSOR_EXPOSURE_TIME, &ro), kOk);
@@ -202,8 +202,8 @@ TEST_F(MetadataHandlerRoadTest, BuildSortFindUpdateAppendCloneValidate) {
     EXPECT_EQ(m_handler->GetEntryCount(bigger), 7u);
     camera_metadata* clone = m_handler->Clone(bigger);
     ASSERT_NE(clone, nullptr);
-    ASSERT_EQ(m_handler->FindRoEntry(clone, kExposureBias, &ro), kOk);
-    EXPECT_EQ(ro.data.i32[1], 0);
+    ASSERT_EQ(m_handler->FindRoEntry(clone, kFrameCounter, &ro), kOk);
+    EXPECT_EQ(ro.data.i64[1], 0);
     ASSERT_EQ(m_handler->FindRoEntry(clone, ANDROID_JPEG_GPS_COORDINATES, &ro), kOk);
     EXPECT_DOUBLE_EQ(ro.data.d[0], 48.1);
 

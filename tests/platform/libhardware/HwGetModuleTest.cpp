@@ -1,5 +1,5 @@
 // hw_get_module: search path, variants, id check and unloading of rejected
-// libraries, with the sample camera module from the build tree.
+// libraries, with the simulated camera core from the build tree.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
@@ -30,12 +30,12 @@ protected:
     }
 };
 
-TEST_F(HwGetModuleTest, FindsTheSampleCameraModuleInTheBuildTree) {
+TEST_F(HwGetModuleTest, FindsTheCameraModuleInTheBuildTree) {
     const hw_module_t* module = nullptr;
     ASSERT_EQ(hw_get_module("camera", &module), 0);
     ASSERT_NE(module, nullptr);
     EXPECT_STREQ(module->id, "camera");
-    EXPECT_STREQ(module->name, "Zelkov sample camera module");
+    EXPECT_STREQ(module->name, "Zelkov simulated camera core");
     EXPECT_EQ(module->tag, uint32_t(HARDWARE_MODULE_TAG));
     EXPECT_NE(module->dso, nullptr);
     EXPECT_EQ(dlsym(module->dso, HAL_MODULE_INFO_SYM_AS_STR), module);
@@ -69,7 +69,7 @@ TEST_F(HwGetModuleTest, SearchPathAndVariantChooseTheFile) {
     EXPECT_STREQ(module->name, "zelkov variant");
     zelkov_hardware_set_variant("other");
     ASSERT_EQ(hw_get_module("camera", &module), 0);
-    EXPECT_STREQ(module->name, "Zelkov sample camera module");
+    EXPECT_STREQ(module->name, "Zelkov simulated camera core");
 
     // The environment variable counts only while no path is set.
     zelkov_hardware_set_search_path(nullptr);
