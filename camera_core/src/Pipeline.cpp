@@ -119,6 +119,10 @@ void Pipeline::RunReadout() {
 
 void Pipeline::FailRequest(CaptureRequest& request) {
     m_callbacks.Error(request.frameNumber, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_REQUEST());
+    // The broken variant: result metadata for the failed frame, while it is still in flight.
+    if (m_faults.At(Fault::kErrorRequestBad, request.frameNumber)) {
+        m_callbacks.Result(request.frameNumber, request.settings.Get(), m_camera.partialResultCount, {});
+    }
     for (auto& buffer : request.buffers) {
         buffer.SetStatus(zelkov::GET_CAMERA3_BUFFER_STATUS_ERROR());
         buffer.SetReleaseFence(-1);
@@ -171,9 +175,6 @@ void Pipeline::Deliver(ExposedFrame& frame) {
     const int64_t endNs = frame.startNs + request.frameDurationNs;
     if (frame.failed) {
         FailRequest(request);
-        if (m_faults.At(Fault::kErrorRequestBad, number)) {
-            m_callbacks.Result(number, request.settings.Get(), m_camera.partialResultCount, {});
-        }
         return;
     }
     const uint32_t count = m_camera.partialResultCount;
