@@ -94,10 +94,13 @@ void Pipeline::RunSensor() {
         m_exposing = true;
         hold.unlock();
         ExposedFrame frame = Expose(std::move(request));
+        const bool shutterHeld = !frame.shutterSent && !frame.failed;
         hold.lock();
         m_exposed.push_back(std::move(frame));
         m_exposing = false;
         m_changed.notify_all();
+        // A held-back shutter still comes before the next frame's.
+        if (shutterHeld) m_changed.wait(hold, [this] { return m_stop || (m_exposed.empty() && !m_reading); });
     }
 }
 
