@@ -16,13 +16,18 @@ BufferPool::~BufferPool() {
 }
 
 std::string BufferPool::Allocate(const camera3_stream_t& stream, uint32_t count, uint32_t blobBytes) {
-    bool blob = stream.format == kFormatBlob;
+    uint32_t width = stream.width, height = stream.height;
+    if (stream.format == kFormatBlob) {
+        // The camera service allocates blobSize x 1; the host gralloc caps a
+        // dimension at 16384, so larger blobs are folded into rows.
+        constexpr uint32_t kMaxWidth = 16384;
+        width = std::min(blobBytes, kMaxWidth);
+        height = (blobBytes + width - 1) / std::max(width, 1u);
+    }
     for (uint32_t i = 0; i < count; ++i) {
         GrallocBuffer b;
-        std::string err = GrallocHelper::Allocate(blob ? blobBytes : stream.width, blob ? 1 : stream.height, stream.format,
-                                                  stream.usage | kUsageSwReadOften, &b);
+        std::string err = GrallocHelper::Allocate(width, height, stream.format, stream.usage | kUsageSwReadOften, &b);
         if (!err.empty()) return err;
-        b.width = blob ? blobBytes : stream.width;
         buffers_.push_back(b);
         free_.push_back(&buffers_.back().handle);
     }

@@ -74,7 +74,7 @@ bool GrallocHelper::ReadBytes(const GrallocBuffer& b, std::vector<uint8_t>* byte
     void* data = nullptr;
     Rect bounds(int(b.width), int(b.height));
     if (GraphicBufferMapper::get().lock(b.handle, uint32_t(kUsageSwReadOften), bounds, &data) != 0) return false;
-    bytes->assign(static_cast<const uint8_t*>(data), static_cast<const uint8_t*>(data) + b.width);
+    bytes->assign(static_cast<const uint8_t*>(data), static_cast<const uint8_t*>(data) + size_t(b.width) * b.height);
     GraphicBufferMapper::get().unlock(b.handle);
     return true;
 }

@@ -19,7 +19,7 @@ constexpr uint64_t kUsageCameraWrite = 0x20000;
 
 struct GrallocBuffer {
     buffer_handle_t handle = nullptr;
-    uint32_t width = 0, height = 0;  // a BLOB buffer is `width` bytes, one row
+    uint32_t width = 0, height = 0;  // a BLOB buffer is width x height bytes
     int format = 0;
 };
 

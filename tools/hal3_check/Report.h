@@ -16,6 +16,7 @@ struct Options {
     std::string out = "hal3_check_out";
     int frames = 30;         // --frames: frames per streaming scenario
     int stallMs = 2000;      // --stall-ms: no progress for this long is a time-out
+    int rateTolerancePct = 20;  // --rate-tolerance: recording frame intervals may be off by this much
     bool dumpFrames = true;  // --no-dump
 };
 Options& options();

@@ -210,7 +210,12 @@ void ResultChecker::ShutterBeforeResult(uint32_t frame, Entry& entry) {
 void ResultChecker::HandleResult(Event& e) {
     const std::string f = "frame " + std::to_string(e.frame) + ": ";
     if (deviceError_) FailLocked("[rule error-device] " + f + "result after ERROR_DEVICE");
-    if (!e.buffers.empty() && done_.count(e.frame) && !inFlight_.count(e.frame)) {
+    auto done = done_.find(e.frame);
+    if (done != done_.end() && done->second && e.metadata != nullptr) {
+        FailLocked("[rule error-request] " + f + "result metadata after ERROR_REQUEST");
+        return;
+    }
+    if (done != done_.end() && !e.buffers.empty()) {
         FailLocked("[rule buffer-once] " + f + "buffer returned after the frame had completed");
         return;
     }
@@ -297,7 +302,10 @@ void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuf
     if (!expectError && b.status != CAMERA3_BUFFER_STATUS_OK)
         FailLocked("[rule error-buffer] " + f + "buffer in error without an ERROR_BUFFER or ERROR_REQUEST notify first");
     if (inspector_) {
-        std::string failure = inspector_(frame, b);
+        // The picture of a buffer that should have failed is not looked at.
+        ReturnedBuffer seen = b;
+        if (expectError) seen.status = CAMERA3_BUFFER_STATUS_ERROR;
+        std::string failure = inspector_(frame, seen);
         if (!failure.empty()) FailLocked(failure);
     }
 }
@@ -393,13 +401,14 @@ void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
         trace_(line.str());
     }
     completed_.push_back(std::move(record));
-    done_.insert(frame);
+    done_[frame] = entry.errorRequest;
     inFlight_.erase(it);
 }
 
 void ResultChecker::ExplainStall() {
     bool unexplained = false;
     for (const auto& [frame, entry] : inFlight_) {
+        if (!stallExplained_.insert(frame).second) continue;
         for (const auto& p : entry.buffers)
             if (!p.returned && p.overtakenBy != 0)
                 FailLocked("[rule buffer-returned] frame " + std::to_string(frame) + ": a buffer never came back, though frame " +

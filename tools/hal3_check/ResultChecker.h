@@ -122,7 +122,8 @@ private:
     uint64_t handled_ = 0;
     int64_t lastProgressNs_ = 0;
     std::map<uint32_t, Entry> inFlight_;
-    std::set<uint32_t> done_;
+    std::map<uint32_t, bool> done_;         // finished frames: true when by ERROR_REQUEST
+    std::set<uint32_t> stallExplained_;     // frames already named by a time-out
     std::map<camera3_stream_t*, std::deque<uint32_t>> streamQueues_;
     uint32_t lastShutterFrame_ = 0, lastFinalFrame_ = 0;
     bool anyShutter_ = false, anyFinal_ = false, deviceError_ = false;

@@ -81,10 +81,11 @@ MetadataPtr CameraScenario::Settings(int templateType) {
     return MetadataPtr(clone_camera_metadata(d));
 }
 
-bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams) {
+bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams,
+                            bool dumpLast) {
     for (int i = 0; i < count; ++i) {
         uint32_t frame = frames_fixture_->nextFrame();
-        if (i == count - 1) frames_fixture_->DumpFrame(frame, id_ + "_" +
+        if (dumpLast && i == count - 1) frames_fixture_->DumpFrame(frame, id_ + "_" +
                                                       ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
         int rc = frames_fixture_->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
@@ -244,7 +245,8 @@ TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
                            {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}));
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int i = 0; i < options().frames; ++i)
-        if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1})) break;
+        if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1}, i == options().frames - 1))
+            break;
     Drain();
     EXPECT_GT(frames_fixture_->jpegs(), 0u) << "[rule jpeg-blob] no JPEG came back";
 }
@@ -330,13 +332,12 @@ TEST_P(StillCapture, After3A) {
     MetadataPtr trigger(clone_camera_metadata(idle.get()));
     SetU8(trigger, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, kAePrecaptureStart);
     SetU8(trigger, ANDROID_CONTROL_AF_TRIGGER, kAfTriggerStart);
-    Stream(2, idle.get(), {0});
-    Stream(1, trigger.get(), {0});
+    Stream(2, idle.get(), {0}, false);
+    Stream(1, trigger.get(), {0}, false);
     // Preview on until AE has converged and AF has locked, within a bound.
     bool converged = false;
     for (int i = 0; i < 60 && !converged && !HasFailure(); ++i) {
-        Stream(1, idle.get(), {0});
-        checker_->Sync();
+        Stream(1, idle.get(), {0}, false);
         Drain();
         for (const auto& f : frames_) {
             int ae = GetU8(f.result.get(), ANDROID_CONTROL_AE_STATE, -1), af = GetU8(f.result.get(), ANDROID_CONTROL_AF_STATE, -1);
@@ -355,7 +356,8 @@ TEST_P(StillCapture, After3A) {
 class Recording : public CameraScenario {};
 TEST_P(Recording, HoldsItsFrameRate) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    // The fastest fixed fps range, and the largest video size fast enough for it.
+    // The fastest fixed fps range, and the smallest video size that reaches it
+    // (so a host build with sanitizers keeps pace: it is the timing under test).
     auto ranges = Find(static_, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
     int32_t fps = 0;
     for (size_t i = 0; i + 1 < ranges.count; i += 2)
@@ -364,7 +366,7 @@ TEST_P(Recording, HoldsItsFrameRate) {
     const int64_t targetNs = 1000000000LL / fps;
     StreamConfig video{};
     for (const auto& c : Sizes(kFormatImplementationDefined))
-        if (c.minFrameNs <= targetNs) { video = c; break; }
+        if (c.minFrameNs <= targetNs) video = c;
     ASSERT_GT(video.width, 0) << "[rule frame-rate] no video size reaches " << fps << " fps";
     ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}));
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_VIDEO_RECORD);
@@ -373,13 +375,14 @@ TEST_P(Recording, HoldsItsFrameRate) {
     Stream(options().frames, s.get(), {0});
     Drain();
     int outside = 0;
+    const int64_t slack = targetNs * options().rateTolerancePct / 100;
     for (size_t i = 1; i < frames_.size(); ++i) {
         if (frames_[i].errorRequest || frames_[i - 1].errorRequest) continue;
         int64_t interval = int64_t(frames_[i].shutterNs - frames_[i - 1].shutterNs);
-        if (interval >= targetNs * 8 / 10 && interval <= targetNs * 12 / 10) continue;
+        if (interval >= targetNs - slack && interval <= targetNs + slack) continue;
         ++outside;
         ADD_FAILURE() << "[rule frame-rate] frames " << frames_[i - 1].frame << "-" << frames_[i].frame << ": interval "
-                          << interval / 1000 << " us, target " << targetNs / 1000 << " us +-20%";
+                      << interval / 1000 << " us, target " << targetNs / 1000 << " us +-" << options().rateTolerancePct << "%";
     }
     note_ = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
 }

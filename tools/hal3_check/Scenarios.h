@@ -31,8 +31,9 @@ protected:
     bool Configure(const std::vector<StreamSpec>& specs);
     // The default settings of a template, as a copy the scenario may change.
     MetadataPtr Settings(int templateType);
-    // Submits `count` requests on `streams`; false when one is refused or stalls.
-    bool Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams);
+    // Submits `count` requests on `streams`, the last one's pictures dumped
+    // when `dumpLast`; false when one is refused or stalls.
+    bool Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams, bool dumpLast = true);
     // Waits for every frame in flight; moves the finished frames into frames_
     // and the checker's failures into the test. False on a time-out.
     bool Drain();

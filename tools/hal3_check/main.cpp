@@ -1,6 +1,6 @@
 // hal3_check: plays the camera service against a camera HAL module.
 //   hal3_check [--module=<path>] [--camera=<id>] [--out=<dir>] [--frames=<n>]
-//              [--stall-ms=<ms>] [--no-dump] [gtest flags]
+//              [--stall-ms=<ms>] [--rate-tolerance=<percent>] [--no-dump] [gtest flags]
 #include "ModuleConnector.h"
 #include "Report.h"
 
@@ -24,6 +24,7 @@ bool ParseOptions(int* argc, char** argv) {
         else if (a.rfind("--out=", 0) == 0) o.out = value("--out=");
         else if (a.rfind("--frames=", 0) == 0) o.frames = std::stoi(value("--frames="));
         else if (a.rfind("--stall-ms=", 0) == 0) o.stallMs = std::stoi(value("--stall-ms="));
+        else if (a.rfind("--rate-tolerance=", 0) == 0) o.rateTolerancePct = std::stoi(value("--rate-tolerance="));
         else if (a == "--no-dump") o.dumpFrames = false;
         else if (a.rfind("--", 0) == 0 && a.rfind("--gtest_", 0) != 0 && a != "--help") {
             fprintf(stderr, "hal3_check: unknown option %s\n", a.c_str());
