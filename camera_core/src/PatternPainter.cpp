@@ -17,12 +17,28 @@ Yuv FromRgb(int r, int g, int b) {
             clamp(((128 * r - 107 * g - 21 * b + 128) >> 8) + 128)};
 }
 
-void FillChromaRow(uint8_t* row, size_t step, uint32_t count, uint8_t value) {
-    if (step == 1) {
-        std::memset(row, value, count);
-        return;
+// Sets every chroma sample to one value, a whole row span at a time.
+void FillChroma(const PlaneView& view, uint8_t value) {
+    const uint32_t chromaWidth = (view.width + 1) / 2;
+    const uint32_t chromaHeight = (view.height + 1) / 2;
+    const bool interleaved = view.chromaStep == 2 && (view.cr == view.cb + 1 || view.cb == view.cr + 1);
+    for (uint32_t row = 0; row < chromaHeight; ++row) {
+        uint8_t* cb = view.cb + row * view.cStride;
+        uint8_t* cr = view.cr + row * view.cStride;
+        if (interleaved) {
+            std::memset(std::min(cb, cr), value, size_t{chromaWidth} * 2);
+        } else if (view.chromaStep == 1) {
+            std::memset(cb, value, chromaWidth);
+            std::memset(cr, value, chromaWidth);
+        } else {
+            for (uint32_t x = 0; x < chromaWidth; ++x) cb[x * view.chromaStep] = cr[x * view.chromaStep] = value;
+        }
     }
-    for (uint32_t i = 0; i < count; ++i) row[i * step] = value;
+}
+
+// Copies the first row of a plane (`span` bytes from `first`) to the rows below.
+void RepeatFirstRow(uint8_t* first, size_t stride, uint32_t rows, size_t span) {
+    for (uint32_t row = 1; row < rows; ++row) std::memcpy(first + row * stride, first, span);
 }
 
 }  // namespace
@@ -44,11 +60,7 @@ void PatternPainter::PaintFrameNumber(const PlaneView& view, uint32_t frame) {
         std::memset(line, static_cast<int>(32 + row * 160 / view.height), view.width);
         std::memset(line + barBegin, 255, barEnd - barBegin);
     }
-    const uint32_t chromaWidth = (view.width + 1) / 2;
-    for (uint32_t row = 0; row < (view.height + 1) / 2; ++row) {
-        FillChromaRow(view.cb + row * view.cStride, view.chromaStep, chromaWidth, 128);
-        FillChromaRow(view.cr + row * view.cStride, view.chromaStep, chromaWidth, 128);
-    }
+    FillChroma(view, 128);
 }
 
 void PatternPainter::PaintColorBars(const PlaneView& view) {
@@ -56,23 +68,21 @@ void PatternPainter::PaintColorBars(const PlaneView& view) {
                                  FromRgb(0, 255, 0),     FromRgb(255, 0, 255), FromRgb(255, 0, 0),
                                  FromRgb(0, 0, 255),     FromRgb(0, 0, 0)};
     const auto barOf = [&view](uint32_t x) { return std::min<uint32_t>(7, x * 8 / view.width); };
-    for (uint32_t row = 0; row < view.height; ++row) {
-        uint8_t* line = view.y + row * view.yStride;
-        for (uint32_t bar = 0; bar < 8; ++bar) {
-            const uint32_t begin = bar * view.width / 8;
-            const uint32_t end = (bar + 1) * view.width / 8;
-            std::memset(line + begin, kBars[bar].y, end - begin);
-        }
+    for (uint32_t bar = 0; bar < 8; ++bar) {
+        const uint32_t begin = bar * view.width / 8;
+        const uint32_t end = (bar + 1) * view.width / 8;
+        std::memset(view.y + begin, kBars[bar].y, end - begin);
     }
-    for (uint32_t row = 0; row < (view.height + 1) / 2; ++row) {
-        uint8_t* cb = view.cb + row * view.cStride;
-        uint8_t* cr = view.cr + row * view.cStride;
-        for (uint32_t x = 0; x < (view.width + 1) / 2; ++x) {
-            const Yuv& colour = kBars[barOf(x * 2)];
-            cb[x * view.chromaStep] = colour.u;
-            cr[x * view.chromaStep] = colour.v;
-        }
+    RepeatFirstRow(view.y, view.yStride, view.height, view.width);
+    const uint32_t chromaWidth = (view.width + 1) / 2;
+    for (uint32_t x = 0; x < chromaWidth; ++x) {
+        const Yuv& colour = kBars[barOf(x * 2)];
+        view.cb[x * view.chromaStep] = colour.u;
+        view.cr[x * view.chromaStep] = colour.v;
     }
+    const size_t span = (chromaWidth - 1) * view.chromaStep + 1;
+    RepeatFirstRow(view.cb, view.cStride, (view.height + 1) / 2, span);
+    RepeatFirstRow(view.cr, view.cStride, (view.height + 1) / 2, span);
 }
 
 uint32_t PatternPainter::DecodeFrameNumber(const PlaneView& view) {

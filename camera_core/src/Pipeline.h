@@ -1,7 +1,9 @@
-// The simulated sensor: one thread takes the requests in order and, per
-// frame, waits for the frame's start, announces the shutter, draws the
-// buffers, and delivers the partial results and the buffers when the frame
-// duration has passed.
+// The simulated sensor, in two stages as a camera pipeline runs. The sensor
+// thread takes the requests in order, starts each frame's exposure on the
+// frame-duration schedule, runs 3A and announces the shutter; the readout
+// thread then draws the buffers and, once the frame duration has passed,
+// delivers the partial results and the buffers. Drawing one frame thus
+// overlaps the next one's exposure, and the shutter keeps its rate.
 #ifndef ZELKOV_CAMERA_CORE_PIPELINE_H
 #define ZELKOV_CAMERA_CORE_PIPELINE_H
 
@@ -32,6 +34,16 @@ struct CaptureRequest {
     int64_t frameDurationNs = 0;
 };
 
+// A frame between the two stages.
+struct ExposedFrame {
+    CaptureRequest request;
+    bool failed = false;      // deliver as ERROR_REQUEST
+    bool shutterSent = false;
+    int64_t startNs = 0;
+    int64_t shutterNs = 0;
+    std::vector<Metadata> parts;  // the result, one buffer per partial
+};
+
 struct PipelineStats {
     uint64_t framesDelivered;
     uint64_t requestsFailed;
@@ -52,8 +64,10 @@ public:
     PipelineStats Stats();
 
 private:
-    void Run();
-    void Capture(CaptureRequest& request);
+    void RunSensor();
+    void RunReadout();
+    ExposedFrame Expose(CaptureRequest request);
+    void Deliver(ExposedFrame& frame);
     void FailRequest(CaptureRequest& request);
     void SendBuffers(CaptureRequest& request, uint32_t frame, const camera_metadata* metadata, uint32_t partial,
                      bool dropFirst);
@@ -71,12 +85,15 @@ private:
     std::condition_variable m_changed;
     std::deque<CaptureRequest> m_queue;
     std::deque<CaptureRequest> m_stalled;  // held back by the stall fault
-    bool m_busy = false;
+    std::deque<ExposedFrame> m_exposed;    // waiting for readout
+    bool m_exposing = false;
+    bool m_reading = false;
     bool m_flushing = false;
     bool m_stop = false;
     uint64_t m_framesDelivered = 0;
     uint64_t m_requestsFailed = 0;
-    std::thread m_thread;
+    std::thread m_sensorThread;
+    std::thread m_readoutThread;
 };
 
 }  // namespace camera_core

@@ -32,7 +32,10 @@ void AddSensor(const CameraConfig& camera, Metadata* md) {
     const int32_t pixelArray[2] = {static_cast<int32_t>(camera.pixelWidth), static_cast<int32_t>(camera.pixelHeight)};
     int32_t slowestFps = camera.fpsRanges[0];
     for (size_t i = 0; i < camera.fpsRanges.size(); i += 2) slowestFps = std::min(slowestFps, camera.fpsRanges[i]);
-    const int64_t maxFrameDuration = 1000000000LL / std::max(slowestFps, 1);
+    int64_t maxFrameDuration = 1000000000LL / std::max(slowestFps, 1);
+    for (const StreamConfig& stream : camera.streams) {
+        maxFrameDuration = std::max(maxFrameDuration, stream.minFrameDurationNs);
+    }
     const int64_t exposureRange[2] = {100000, maxFrameDuration};
     const int32_t sensitivityRange[2] = {100, 1600};
     const float physicalSize[2] = {5.6f, 4.2f};

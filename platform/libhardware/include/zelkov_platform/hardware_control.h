@@ -7,7 +7,7 @@
 // search path (colon-separated) and each variant: the one set here (or in
 // ZELKOV_HW_VARIANT), then "default". The search path is the one set here,
 // else the ZELKOV_HW_MODULE_PATH environment variable, else the build tree's
-// module directory, where the sample camera module "camera.default.so" lives.
+// module directory, where the camera module "camera.default.so" lives.
 
 #ifdef __cplusplus
 extern "C" {
