@@ -7,6 +7,7 @@
 #include "DeviceConnector.h"
 #include "Fixtures.h"
 #include "ModuleConnector.h"
+#include "Report.h"
 #include "ResultChecker.h"
 
 #include <benchmark/benchmark.h>
@@ -30,6 +31,7 @@ constexpr int kFrames = 150;  // five seconds at 30 fps
 // Arg: a JPEG in every n-th request.
 void BM_FourStreams30fps(benchmark::State& state) {
     const int jpegPeriod = int(state.range(0));
+    options().dumpFrames = false;  // timing only: nothing written
     ModuleConnector& module = ModuleConnector::Get();
     std::string err = module.Load("");
     if (err.empty()) err = module.Start();
@@ -60,7 +62,7 @@ void BM_FourStreams30fps(benchmark::State& state) {
         device->Close();
         return;
     }
-    FrameFixture frames(device, &streams, &checker, stallNs);
+    FrameFixture frames(device, &streams, &checker, stallNs, "bench");
     MetadataPtr settings(clone_camera_metadata(device->DefaultSettings(CAMERA3_TEMPLATE_VIDEO_RECORD)));
     int32_t fps[2] = {30, 30};
     Set(settings, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, fps, 2);

@@ -98,8 +98,9 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
     return 0;
 }
 
-FrameFixture::FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs)
-    : device_(device), streams_(streams), checker_(checker), stallNs_(stallNs) {
+FrameFixture::FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
+                           std::string prefix)
+    : device_(device), streams_(streams), checker_(checker), stallNs_(stallNs), prefix_(std::move(prefix)) {
     checker_->SetInspector([this](uint32_t frame, const ReturnedBuffer& b) { return Inspect(frame, b); });
 }
 
@@ -133,9 +134,9 @@ int FrameFixture::Submit(const camera_metadata_t* settings, const std::vector<si
     return 0;
 }
 
-void FrameFixture::DumpFrame(uint32_t frame, const std::string& prefix) {
+void FrameFixture::DumpFrame(uint32_t frame) {
     std::lock_guard<std::mutex> lock(dumpMutex_);
-    dumpFrames_[frame] = prefix;
+    dumpFrames_.insert(frame);
 }
 
 std::vector<std::string> FrameFixture::dumped() {
@@ -149,14 +150,13 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
     BufferPool& pool = streams_->pool(size_t(index));
     const GrallocBuffer* buffer = pool.Find(b.handle);
     std::string failure;
-    std::string dumpPrefix;
+    bool dump;
     {
         std::lock_guard<std::mutex> lock(dumpMutex_);
-        auto it = dumpFrames_.find(frame);
-        if (it != dumpFrames_.end()) dumpPrefix = it->second;
+        dump = dumpFrames_.count(frame) > 0;
     }
     if (buffer != nullptr && b.status == CAMERA3_BUFFER_STATUS_OK) {
-        std::string name = dumpPrefix + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
+        std::string name = prefix_ + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
         if (buffer->format == kFormatBlob) {
             std::vector<uint8_t> blob, jpeg;
             if (!GrallocHelper::ReadBytes(*buffer, &blob)) return "[rule buffer-lock] cannot lock a JPEG buffer";
@@ -175,7 +175,7 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
                 failure = "[rule stale-frame] frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
                           " holds the picture of frame " + std::to_string(drawn);
             std::vector<uint8_t> rgb;
-            if (!dumpPrefix.empty() && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
+            if (dump && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
                 std::string path = Report::Get().WritePng(name + ".png", rgb, buffer->width, buffer->height);
                 std::lock_guard<std::mutex> lock(dumpMutex_);
                 if (!path.empty()) dumped_.push_back(path);

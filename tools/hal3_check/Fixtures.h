@@ -12,6 +12,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -60,7 +61,9 @@ private:
 
 class FrameFixture {
 public:
-    FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs);
+    // Pictures are written as <prefix>_s<stream>_f<frame>.png / .jpg.
+    FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
+                 std::string prefix);
     // One request with a buffer of each stream in `streamIndexes`. Settings
     // equal to the previous request's are sent as null (a repeat). Returns the
     // device's status; the frame number goes to *frame.
@@ -68,8 +71,8 @@ public:
     // Forgets the previous settings (after configure, the next request must carry some).
     void ResetSettings() { lastSettings_ = nullptr; }
     uint32_t nextFrame() const { return nextFrame_; }
-    // Frames whose pictures are dumped (by frame number), and the name prefix.
-    void DumpFrame(uint32_t frame, const std::string& prefix);
+    // A frame whose YUV pictures are dumped (every JPEG is written).
+    void DumpFrame(uint32_t frame);
     uint32_t jpegs() const { return jpegs_; }
     std::vector<std::string> dumped();
 
@@ -83,7 +86,8 @@ private:
     uint32_t nextFrame_ = 0;
     const camera_metadata_t* lastSettings_ = nullptr;
     std::mutex dumpMutex_;
-    std::map<uint32_t, std::string> dumpFrames_;
+    const std::string prefix_;
+    std::set<uint32_t> dumpFrames_;
     std::vector<std::string> dumped_;
     uint32_t jpegs_ = 0;
 };

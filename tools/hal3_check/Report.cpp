@@ -1,8 +1,7 @@
 #include "Report.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
+#include <filesystem>
 
 #ifdef HAL3_CHECK_HAVE_PNG
 #include <png.h>
@@ -23,7 +22,8 @@ Report& Report::Get() {
 void Report::Open(const std::string& dir) {
     std::lock_guard<std::mutex> lock(mutex_);
     dir_ = dir;
-    mkdir(dir.c_str(), 0755);
+    std::error_code ignored;  // a failure shows as the trace file failing to open
+    std::filesystem::create_directories(dir, ignored);
     trace_ = fopen((dir + "/trace.txt").c_str(), "w");
 }
 

@@ -63,7 +63,9 @@ void CameraScenario::Open() {
     device_->Attach(checker_.get());
     ASSERT_EQ(device_->Initialize(), 0) << "[rule initialize] initialize failed";
     streams_ = std::make_unique<StreamFixture>(device_);
-    frames_fixture_ = std::make_unique<FrameFixture>(device_, streams_.get(), checker_.get(), stallNs_);
+    std::string prefix = "camera" + id_ + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+    std::replace(prefix.begin(), prefix.end(), '/', '_');
+    frames_fixture_ = std::make_unique<FrameFixture>(device_, streams_.get(), checker_.get(), stallNs_, prefix);
 }
 
 bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
@@ -85,8 +87,7 @@ bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const 
                             bool dumpLast) {
     for (int i = 0; i < count; ++i) {
         uint32_t frame = frames_fixture_->nextFrame();
-        if (dumpLast && i == count - 1) frames_fixture_->DumpFrame(frame, id_ + "_" +
-                                                      ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
+        if (dumpLast && i == count - 1) frames_fixture_->DumpFrame(frame);
         int rc = frames_fixture_->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
             ReportFailures(checker_->TakeFailures());
