@@ -134,7 +134,7 @@ void CameraScenario::Close() {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(device_->lateCallbacks(), 0) << "[rule no-callback-after-close] callbacks after close";
     std::vector<std::string> dumps = frames_fixture_->dumped();
-    if (!dumps.empty()) note_ += "dumps=" + std::to_string(dumps.size());
+    if (!dumps.empty()) note_ += (note_.empty() || note_.back() == ' ' ? "" : " ") + std::string("dumps=") + std::to_string(dumps.size());
 }
 
 std::vector<StreamConfig> CameraScenario::Sizes(int format) const {
