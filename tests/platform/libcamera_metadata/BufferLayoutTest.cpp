@@ -2,6 +2,7 @@
 // the platform's own library makes for the same calls.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -35,7 +36,6 @@ TEST(BufferLayoutTest, HeaderOfANewBuffer) {
         EXPECT_EQ(HeaderWordOf(metadata.get(), kDataCount), 0u);
         EXPECT_EQ(HeaderWordOf(metadata.get(), kDataCapacity), c.data);
         EXPECT_EQ(HeaderWordOf(metadata.get(), kDataStart), c.data_start);
-        EXPECT_EQ(HeaderWordOf(metadata.get(), kPadding), 0u);
         uint64_t vendor_id;
         std::memcpy(&vendor_id, reinterpret_cast<const uint8_t*>(metadata.get()) + 40, 8);
         EXPECT_EQ(vendor_id, UINT64_MAX);
@@ -144,6 +144,14 @@ TEST(BufferLayoutTest, SameCallsGiveIdenticalBytesAndACloneIsByteEqual) {
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(std::memcmp(first.get(), copy, size), 0);
     EXPECT_EQ(copy_camera_metadata(storage.data(), size - 8, first.get()), nullptr);
+
+    // place and copy write every header word but the padding (bytes 36..39).
+    std::fill(storage.begin(), storage.end(), 0xababababababababull);
+    camera_metadata_t* placed = place_camera_metadata(storage.data(), size, 1, 8);
+    ASSERT_NE(placed, nullptr);
+    EXPECT_EQ(HeaderWordOf(placed, kPadding), 0xababababu);
+    ASSERT_NE(copy_camera_metadata(storage.data(), size, first.get()), nullptr);
+    EXPECT_EQ(HeaderWordOf(placed, kPadding), 0xababababu);
 }
 
 }  // namespace

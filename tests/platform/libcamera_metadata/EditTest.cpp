@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <vector>
 
+#include <camera_metadata_hidden.h>
+
 #include "MetadataTestSupport.h"
 
 using namespace zelkov_test;
@@ -105,6 +107,13 @@ TEST(EditTest, UpdateGrowsShrinksAndRewritesInPlace) {
     EXPECT_EQ(entry.count, 1u);
     EXPECT_EQ(update_camera_metadata_entry(metadata.get(), 4, &single, 1, nullptr), kError);
     EXPECT_EQ(update_camera_metadata_entry(nullptr, 0, &single, 1, nullptr), kError);
+
+    // Fewer values inside the entry's four bytes: only their bytes change.
+    const uint8_t modes[] = {1, 2, 3, 4}, fewer[] = {9, 8};
+    ASSERT_EQ(add_camera_metadata_entry(metadata.get(), ANDROID_CONTROL_AE_AVAILABLE_MODES, modes, 4), kOk);
+    ASSERT_EQ(update_camera_metadata_entry(metadata.get(), 4, fewer, 2, nullptr), kOk);
+    const uint8_t kept[] = {9, 8, 3, 4};
+    EXPECT_EQ(std::memcmp(RawEntryOf(metadata.get(), 4).data, kept, 4), 0);
 }
 
 TEST(EditTest, DeleteMovesLaterEntriesAndData) {
@@ -154,6 +163,36 @@ TEST(EditTest, AppendShiftsOffsetsAndCloneCopiesEverything) {
     EXPECT_EQ(append_camera_metadata(dst.get(), nullptr), kError);
 }
 
+// Appending an empty buffer still settles the vendor id and the sorted flag.
+TEST(EditTest, AppendOfAnEmptyBufferComparesAndCopiesItsVendorId) {
+    constexpr metadata_vendor_id_t kNone = CAMERA_METADATA_INVALID_VENDOR_ID;
+    struct Case {
+        metadata_vendor_id_t dst_id, src_id;
+        bool dst_empty;
+        int result;
+        metadata_vendor_id_t dst_id_after;
+        uint32_t dst_sorted_after;
+    };
+    const Case cases[] = {
+        {kNone, 7, true, kOk, 7, 1}, {5, 7, true, kError, 5, 0}, {5, kNone, false, kOk, 5, 0}, {kNone, 7, false, kOk, 7, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.dst_id << " <- " << c.src_id << (c.dst_empty ? ", empty" : ""));
+        MetadataPtr dst = c.dst_empty ? MetadataPtr(allocate_camera_metadata(1, 0)) : FourEntries();
+        MetadataPtr src(allocate_camera_metadata(0, 0));
+        set_camera_metadata_vendor_id(dst.get(), c.dst_id);
+        set_camera_metadata_vendor_id(src.get(), c.src_id);
+        sort_camera_metadata(src.get());
+        EXPECT_EQ(append_camera_metadata(dst.get(), src.get()), c.result);
+        EXPECT_EQ(get_camera_metadata_vendor_id(dst.get()), c.dst_id_after);
+        EXPECT_EQ(HeaderWordOf(dst.get(), kFlags) & 1u, c.dst_sorted_after);
+    }
+    MetadataPtr empty(allocate_camera_metadata(0, 0));
+    set_camera_metadata_vendor_id(empty.get(), 7);
+    MetadataPtr clone(clone_camera_metadata(empty.get()));
+    EXPECT_EQ(get_camera_metadata_vendor_id(clone.get()), 7u);
+}
+
 TEST(EditTest, CapacityUnknownTagsAndNullArgumentsGiveErrors) {
     MetadataPtr metadata(allocate_camera_metadata(1, 8));
     const int32_t value[] = {1, 2, 3};
@@ -175,10 +214,33 @@ TEST(EditTest, CapacityUnknownTagsAndNullArgumentsGiveErrors) {
     EXPECT_EQ(find_camera_metadata_entry(nullptr, ANDROID_CONTROL_AE_EXPOSURE_COMPENSATION, &entry), kError);
     EXPECT_EQ(sort_camera_metadata(nullptr), kError);
     EXPECT_EQ(clone_camera_metadata(nullptr), nullptr);
-    // The platform answers 1 (its error code) for the counts of no buffer.
-    EXPECT_EQ(get_camera_metadata_entry_count(nullptr), 1u);
-    EXPECT_EQ(get_camera_metadata_data_capacity(nullptr), 1u);
+    EXPECT_EQ(get_camera_metadata_size(nullptr), 1u);  // the platform's error code, not 0
     free_camera_metadata(nullptr);
 }
 
 }  // namespace
+
+// Where the device crashes or corrupts memory, the stand-in stops with one line.
+TEST(EditDeathTest, MisuseTheDeviceCrashesOnAborts) {
+    MetadataPtr metadata = FourEntries();
+    std::vector<uint64_t> block(32);
+    EXPECT_DEATH(get_camera_metadata_entry_count(nullptr), "get_camera_metadata_entry_count: null metadata");
+    EXPECT_DEATH(get_camera_metadata_data_capacity(nullptr), "get_camera_metadata_data_capacity: null metadata");
+    EXPECT_DEATH(copy_camera_metadata(block.data(), 256, nullptr), "copy_camera_metadata: null metadata");
+    EXPECT_DEATH(update_camera_metadata_entry(metadata.get(), 1, nullptr, 2, nullptr),
+                 "update_camera_metadata_entry: null data for 2 values");
+    char name[4];
+    EXPECT_DEATH(camera_metadata_enum_snprint(ANDROID_CONTROL_MODE, 0, name, 0), "camera_metadata_enum_snprint: no room");
+
+    // A data count short of the values (validation allows it, up to the
+    // capacity): append would lose them, delete would move a negative length.
+    SetHeaderWord(metadata.get(), kDataCount, 16);
+    MetadataPtr room(allocate_camera_metadata(8, 64));
+    EXPECT_DEATH(append_camera_metadata(room.get(), metadata.get()), "append_camera_metadata: entry 0xd000b has data past");
+    EXPECT_DEATH(delete_camera_metadata_entry(metadata.get(), 3), "delete_camera_metadata_entry: entry 0xd000b");
+    // After a ragged data count, appended values would be misaligned.
+    MetadataPtr ragged = FourEntries(96);
+    SetHeaderWord(ragged.get(), kDataCount, 36);
+    EXPECT_DEATH(append_camera_metadata(ragged.get(), FourEntries().get()),
+                 "append_camera_metadata: destination data count 36 is not a multiple of 8");
+}
