@@ -61,11 +61,7 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
     vendor_tag_ops_t ops{};
     ops.get_tag_type = Int32Type;
     set_camera_metadata_vendor_ops(&ops);
-    struct Case {
-        const char* what;
-        Change change;
-        int result;
-    };
+    struct Case { const char* what; Change change; int result; };
     const Case cases[] = {
         {"sound buffer", [](camera_metadata_t*, size_t&) {}, kOk},
         {"size beyond the expected size", Add(kSize, 8), kError},
