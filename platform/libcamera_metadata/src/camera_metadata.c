@@ -406,9 +406,12 @@ int sort_camera_metadata(camera_metadata_t* dst) {
     return OK;
 }
 
+// The exported table is reached through the GOT; lookups use this copy.
+static const uint8_t type_sizes[NUM_TYPES] = {1, 4, 4, 8, 8, 8};
+
 static inline void fill_entry(camera_metadata_t* src, size_t index, camera_metadata_entry_t* entry) {
     camera_metadata_buffer_entry_t* buffer_entry = get_entries(src) + index;
-    if (buffer_entry->type >= NUM_TYPES) {
+    if (__builtin_expect(buffer_entry->type >= NUM_TYPES, 0)) {
         strict("get_camera_metadata_entry", "entry %zu has unknown type %u (the device reads past its type table)",
                index, buffer_entry->type);
     }
@@ -416,7 +419,7 @@ static inline void fill_entry(camera_metadata_t* src, size_t index, camera_metad
     entry->tag = buffer_entry->tag;
     entry->type = buffer_entry->type;
     entry->count = buffer_entry->count;
-    if (buffer_entry->count * camera_metadata_type_size[buffer_entry->type] > 4) {
+    if ((size_t)buffer_entry->count * type_sizes[buffer_entry->type] > 4) {
         entry->data.u8 = get_data(src) + buffer_entry->data.offset;
     } else {
         entry->data.u8 = buffer_entry->data.value;
