@@ -145,8 +145,9 @@ TEST_F(BufferHandlerTest, LocksForwardUsageAndRegion) {
     expectRequest(readOnly, 3, 5, 40, 30);
     EXPECT_EQ(m_handler->Unlock(handle), 0);
     ZelYCbCrLayout layout{};
-    ASSERT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{7, 2, 64, 9}, &layout), 0);
-    expectRequest(kCpuUsage, 7, 2, 64, 9);
+    const unsigned int writeOnly = GET_GRALLOC_USAGE_SW_WRITE_OFTEN();
+    ASSERT_EQ(m_handler->LockYCbCr(handle, writeOnly, ZelRect{7, 2, 64, 9}, &layout), 0);
+    expectRequest(writeOnly, 7, 2, 64, 9);
     EXPECT_EQ(m_handler->Unlock(handle), 0);
     EXPECT_EQ(m_handler->Free(handle), 0);
 }
