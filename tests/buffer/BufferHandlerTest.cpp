@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -131,23 +132,19 @@ TEST_F(BufferHandlerTest, AllocatePassesEveryArgumentInOrder) {
 // Both locks hand the mapper the caller's usage and region unchanged.
 TEST_F(BufferHandlerTest, LocksForwardUsageAndRegion) {
     const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
-    auto expectRequest = [](unsigned int usage, int left, int top, int right, int bottom) {
-        const control::LockRequest last = control::LastLockRequest();
-        EXPECT_EQ(last.usage, usage);
-        EXPECT_EQ(last.left, left);
-        EXPECT_EQ(last.top, top);
-        EXPECT_EQ(last.right, right);
-        EXPECT_EQ(last.bottom, bottom);
+    auto lastRequest = [] {
+        const control::LockRequest r = control::LastLockRequest();
+        return std::vector<long long>{r.usage, r.left, r.top, r.right, r.bottom};
     };
     void* vaddr = nullptr;
     const unsigned int readOnly = GET_GRALLOC_USAGE_SW_READ_OFTEN();
     ASSERT_EQ(m_handler->Lock(handle, readOnly, ZelRect{3, 5, 40, 30}, &vaddr, nullptr, nullptr), 0);
-    expectRequest(readOnly, 3, 5, 40, 30);
+    EXPECT_EQ(lastRequest(), (std::vector<long long>{readOnly, 3, 5, 40, 30}));
     EXPECT_EQ(m_handler->Unlock(handle), 0);
     ZelYCbCrLayout layout{};
     const unsigned int writeOnly = GET_GRALLOC_USAGE_SW_WRITE_OFTEN();
     ASSERT_EQ(m_handler->LockYCbCr(handle, writeOnly, ZelRect{7, 2, 64, 9}, &layout), 0);
-    expectRequest(writeOnly, 7, 2, 64, 9);
+    EXPECT_EQ(lastRequest(), (std::vector<long long>{writeOnly, 7, 2, 64, 9}));
     EXPECT_EQ(m_handler->Unlock(handle), 0);
     EXPECT_EQ(m_handler->Free(handle), 0);
 }
