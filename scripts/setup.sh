@@ -12,7 +12,8 @@ scope=${1:-all}
 host=$(dpkg --print-architecture)
 packages=(cmake ninja-build g++ python3 pkgconf abigail-tools blueprint-tools valgrind clang libclang-rt-14-dev libgtest-dev:$host libbenchmark-dev:$host
           android-libutils-dev:$host android-libcutils-dev:$host
-          android-platform-system-core-headers android-platform-frameworks-native-headers)
+          android-platform-system-core-headers android-platform-frameworks-native-headers
+          nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev)
 if [ "$scope" = all ]; then
   packages+=(g++-arm-linux-gnueabihf qemu-user
              android-libutils-dev:armhf android-libcutils-dev:armhf libgtest-dev:armhf)
@@ -33,14 +34,19 @@ if [ ${#missing[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
-# Debian's armhf libbacktrace (under libutils) needs p7zip's 7z.so, which cannot
-# be installed beside the amd64 p7zip: unpack it into the build tree instead.
-runtime=build/.armhf-runtime
-if [ "$scope" = all ] && [ ! -f "$runtime/usr/lib/p7zip/7z.so" ]; then
+# armhf packages unpacked into the build tree instead of installed: Debian's
+# armhf libbacktrace (under libutils) needs p7zip's 7z.so, which cannot be
+# installed beside the amd64 p7zip; libjpeg's armhf -dev package drags in
+# armhf libc headers that a lagging mirror index may not resolve. The armhf
+# toolchain file looks in this overlay for headers, libraries and at run time.
+overlay=build/.armhf-runtime
+overlay_packages=(p7zip-full:armhf libjpeg62-turbo:armhf libjpeg62-turbo-dev:armhf)
+if [ "$scope" = all ] && [ ! -f "$overlay/.complete" ]; then
   download=$(mktemp -d)
   chmod 777 "$download"
-  (cd "$download" && apt-get download -qq p7zip-full:armhf)
-  mkdir -p "$runtime"
-  dpkg -x "$download"/p7zip-full_*_armhf.deb "$runtime"
+  (cd "$download" && apt-get download -qq "${overlay_packages[@]}")
+  mkdir -p "$overlay"
+  for deb in "$download"/*.deb; do dpkg -x "$deb" "$overlay"; done
   rm -rf "$download"
+  touch "$overlay/.complete"
 fi
