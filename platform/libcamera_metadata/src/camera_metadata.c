@@ -409,17 +409,19 @@ int sort_camera_metadata(camera_metadata_t* dst) {
 // The exported table is reached through the GOT; lookups use this copy.
 static const uint8_t type_sizes[NUM_TYPES] = {1, 4, 4, 8, 8, 8};
 
+__attribute__((noreturn, noinline, cold)) static void unknown_type(const char* call, size_t index, uint8_t type) {
+    strict(call, "entry %zu has unknown type %u (the device reads past its type table)", index, type);
+}
+
 static inline void fill_entry(camera_metadata_t* src, size_t index, camera_metadata_entry_t* entry) {
     camera_metadata_buffer_entry_t* buffer_entry = get_entries(src) + index;
-    if (__builtin_expect(buffer_entry->type >= NUM_TYPES, 0)) {
-        strict("get_camera_metadata_entry", "entry %zu has unknown type %u (the device reads past its type table)",
-               index, buffer_entry->type);
-    }
+    const uint8_t type = buffer_entry->type;
+    if (__builtin_expect(type >= NUM_TYPES, 0)) unknown_type("get_camera_metadata_entry", index, type);
     entry->index = index;
     entry->tag = buffer_entry->tag;
-    entry->type = buffer_entry->type;
+    entry->type = type;
     entry->count = buffer_entry->count;
-    if ((size_t)buffer_entry->count * type_sizes[buffer_entry->type] > 4) {
+    if ((size_t)buffer_entry->count * type_sizes[type] > 4) {
         entry->data.u8 = get_data(src) + buffer_entry->data.offset;
     } else {
         entry->data.u8 = buffer_entry->data.value;
@@ -511,9 +513,7 @@ int update_camera_metadata_entry(camera_metadata_t* dst, size_t index, const voi
     if (index >= dst->entry_count) return ERROR;
 
     camera_metadata_buffer_entry_t* entry = get_entries(dst) + index;
-    if (entry->type >= NUM_TYPES) {
-        strict(__func__, "entry %zu has unknown type %u (the device reads past its type table)", index, entry->type);
-    }
+    if (entry->type >= NUM_TYPES) unknown_type(__func__, index, entry->type);
     if (data_count != 0 && data == NULL) {
         strict(__func__, "null data for %zu values (the device copies from it)", data_count);
     }
