@@ -11,6 +11,9 @@ get_filename_component(_zel_root "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
 # dependencies a lagging mirror index may not resolve (libjpeg) are unpacked
 # here by scripts/setup.sh; find_package and find_library look here first.
 set(ZEL_ARMHF_OVERLAY "${_zel_root}/build/.armhf-runtime")
+if(NOT EXISTS "${ZEL_ARMHF_OVERLAY}/.complete")
+  message(FATAL_ERROR "armhf: the run-time pieces are not unpacked yet: run `scripts/setup.sh all` first")
+endif()
 list(APPEND CMAKE_FIND_ROOT_PATH "${ZEL_ARMHF_OVERLAY}")
 include_directories(SYSTEM "${ZEL_ARMHF_OVERLAY}/usr/include/arm-linux-gnueabihf")
 set(ZEL_ARMHF_RUNTIME_DIR "${ZEL_ARMHF_OVERLAY}/usr/lib/p7zip" CACHE PATH

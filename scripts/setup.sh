@@ -19,19 +19,36 @@ if [ "$scope" = all ]; then
              android-libutils-dev:armhf android-libcutils-dev:armhf libgtest-dev:armhf)
 fi
 
-missing=()
-for package in "${packages[@]}"; do
-  status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-  [ "$status" = "install ok installed" ] || missing+=("$package")
-done
+not_installed() {
+  local package status
+  for package in "$@"; do
+    status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+    [ "$status" = "install ok installed" ] || echo "$package"
+  done
+}
+
+mkdir -p build
+apt_log=$PWD/build/setup-apt.log
+mapfile -t missing < <(not_installed "${packages[@]}")
 if [ ${#missing[@]} -gt 0 ]; then
   echo "setup: installing ${missing[*]}"
   if [ "$scope" = all ] && ! dpkg --print-foreign-architectures | grep -qx armhf; then
     dpkg --add-architecture armhf
   fi
-  # A mirror caught mid-sync fails one index; the install below says whether it mattered.
-  apt-get update -qq || echo "setup: apt-get update reported errors, installing anyway"
-  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  # A mirror caught mid-sync fails an index or two; what matters is whether the
+  # install below succeeds, so the index errors are summarised in one line.
+  if ! apt-get update -qq >"$apt_log" 2>&1; then
+    echo "setup: $(grep -c '^E:' "$apt_log") package index error(s) from the mirror (details in $apt_log); installing from the indexes that loaded"
+  fi
+  if ! DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >>"$apt_log" 2>&1; then
+    tail -n 20 "$apt_log"
+  fi
+  mapfile -t still_missing < <(not_installed "${missing[@]}")
+  if [ ${#still_missing[@]} -gt 0 ]; then
+    echo "setup: FAILED: could not install ${still_missing[*]} (apt's output: $apt_log)" >&2
+    exit 1
+  fi
+  echo "setup: installed ${#missing[@]} package(s)"
 fi
 
 # armhf packages unpacked into the build tree instead of installed: Debian's
@@ -44,7 +61,10 @@ overlay_packages=(p7zip-full:armhf libjpeg62-turbo:armhf libjpeg62-turbo-dev:arm
 if [ "$scope" = all ] && [ ! -f "$overlay/.complete" ]; then
   download=$(mktemp -d)
   chmod 777 "$download"
-  (cd "$download" && apt-get download -qq "${overlay_packages[@]}")
+  if ! (cd "$download" && apt-get download -qq "${overlay_packages[@]}" >>"$apt_log" 2>&1); then
+    echo "setup: FAILED: could not download ${overlay_packages[*]} (apt's output: $apt_log)" >&2
+    exit 1
+  fi
   mkdir -p "$overlay"
   for deb in "$download"/*.deb; do dpkg -x "$deb" "$overlay"; done
   rm -rf "$download"
