@@ -1,6 +1,5 @@
 #include "JpegEncoder.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
