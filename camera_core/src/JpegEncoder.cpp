@@ -1,5 +1,6 @@
 #include "JpegEncoder.h"
 
+#include <cstdio>  // jpeglib.h needs FILE
 #include <cstdlib>
 #include <cstring>
 #include <vector>
