@@ -1,6 +1,6 @@
 #include "JpegEncoder.h"
 
-#include <cstdio>
+#include <cstdio>  // jpeglib.h needs FILE
 #include <cstdlib>
 #include <cstring>
 #include <vector>

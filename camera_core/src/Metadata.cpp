@@ -84,15 +84,6 @@ int32_t Metadata::GetI32(unsigned int tag, size_t index, int32_t fallback) const
     return Find(tag, &entry) && entry.count > index ? entry.data.i32[index] : fallback;
 }
 
-int64_t Metadata::GetI64(unsigned int tag, int64_t fallback) const {
-    zel_camera_metadata_ro_entry entry;
-    return Find(tag, &entry) && entry.count > 0 ? entry.data.i64[0] : fallback;
-}
-
-size_t Metadata::EntryCount() const {
-    return m_buffer != nullptr ? GetCameraMetadataHandler()->GetEntryCount(m_buffer) : 0;
-}
-
 bool Metadata::Entry(size_t index, zel_camera_metadata_ro_entry* entry) const {
     return m_buffer != nullptr &&
            GetCameraMetadataHandler()->GetRoEntry(m_buffer, static_cast<unsigned int>(index), entry) == 0;

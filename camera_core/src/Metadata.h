@@ -39,16 +39,13 @@ public:
     bool Find(unsigned int tag, zelkov::zel_camera_metadata_ro_entry* entry) const;
     uint8_t GetU8(unsigned int tag, uint8_t fallback) const;
     int32_t GetI32(unsigned int tag, size_t index, int32_t fallback) const;
-    int64_t GetI64(unsigned int tag, int64_t fallback) const;
 
-    size_t EntryCount() const;
     bool Entry(size_t index, zelkov::zel_camera_metadata_ro_entry* entry) const;
     // Copies one entry of another buffer into this one.
     bool CopyEntry(const zelkov::zel_camera_metadata_ro_entry& entry);
     std::vector<unsigned int> Tags() const;
 
     const camera_metadata* Get() const { return m_buffer; }
-    bool Empty() const { return m_buffer == nullptr || EntryCount() == 0; }
     camera_metadata* Release();
 
 private:
