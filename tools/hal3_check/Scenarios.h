@@ -43,7 +43,6 @@ protected:
 
     // Output sizes of `format` the camera advertises, largest first.
     std::vector<StreamConfig> Sizes(int format) const;
-    int64_t MinFrameNs(const StreamConfig& c) const { return c.minFrameNs; }
 
     ModuleConnector& module_ = ModuleConnector::Get();
     std::string id_;
