@@ -312,7 +312,7 @@ void SensorListener::endLoop() {
     {
         // Only after the join: every pass takes this lock.
         std::lock_guard<std::mutex> lock(m_data_lock);
-        notifyWaitersLocked();
+        notifyWaitersLocked();  // a waiting query sees the loop gone
     }
     ALooper_release_forCamera(m_looper);
     m_loop_running = false;
