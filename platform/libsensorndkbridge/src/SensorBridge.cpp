@@ -196,7 +196,8 @@ int ASensorEventQueue_disableSensor(ASensorEventQueue* queue, ASensor const* sen
     if (sensor == nullptr) Misuse("ASensorEventQueue_disableSensor", "null sensor (the device dereferences it)");
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
-    return queue->periodByType.erase(sensor->type) != 0 ? 0 : -EINVAL;
+    queue->periodByType.erase(sensor->type);
+    return 0;
 }
 
 ssize_t ASensorEventQueue_getEvents(ASensorEventQueue* queue, ASensorEvent* events, size_t count) {
