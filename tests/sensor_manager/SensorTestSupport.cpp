@@ -3,25 +3,6 @@
 #include <chrono>
 #include <thread>
 
-#include <sensorndkbridge/looper_camera.h>
-
-namespace zelkov {
-
-void SensorListenerTestPeer::AttachQueue(SensorListener& listener) {
-    listener.m_looper = ALooper_forCamera();
-    listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
-                                                              listener.m_looper, 0, nullptr, nullptr);
-}
-
-void SensorListenerTestPeer::DetachQueue(SensorListener& listener) {
-    ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
-    ALooper_release_forCamera(listener.m_looper);
-    listener.m_event_queue = nullptr;
-    listener.m_looper = nullptr;
-}
-
-}  // namespace zelkov
-
 namespace zelkov_test {
 
 bool WaitUntil(const std::function<bool()>& condition, double seconds) {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <android/sensor_manager/internal/SensorListener.h>
+#include <sensorndkbridge/looper_camera.h>
 #include <zelkov_platform/sensor_control.h>
 
 namespace zelkov {
@@ -21,8 +22,15 @@ struct SensorListenerTestPeer {
 
     // Gives a listener a looper and a queue without a thread, so passes can be
     // run one by one; the queue takes every injected event.
-    static void AttachQueue(SensorListener& listener);
-    static void DetachQueue(SensorListener& listener);
+    static void AttachQueue(SensorListener& listener) {
+        listener.m_looper = ALooper_forCamera();
+        listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
+                                                                  listener.m_looper, 0, nullptr, nullptr);
+    }
+    static void DetachQueue(SensorListener& listener) {
+        ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
+        ALooper_release_forCamera(listener.m_looper);
+    }
     static bool Pass(SensorListener& listener) { return listener.sensorLooperThread(); }
 
     static SensorListenerEvent Store(SensorListener& listener) {
@@ -46,8 +54,6 @@ struct SensorListenerTestPeer {
     static int Options(SensorListener& listener) { return listener.m_options; }
     // Control-side state; read only while no control call runs.
     static const void* Thread(SensorListener& listener) { return listener.m_thread.get(); }
-    static ALooper* Looper(SensorListener& listener) { return listener.m_looper; }
-    static ASensorEventQueue* Queue(SensorListener& listener) { return listener.m_event_queue; }
     static bool LoopRunning(SensorListener& listener) { return listener.m_loop_running; }
 };
 
