@@ -8,7 +8,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -48,60 +50,72 @@ double MicrosecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
-double Median(std::vector<double> samples) {
+// Median, 99th percentile (nearest rank) and maximum of some samples.
+struct Figures {
+    double median, p99, max;
+};
+Figures FiguresOf(std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
-    return samples[samples.size() / 2];
+    return {samples[samples.size() / 2], samples[(samples.size() * 99 + 99) / 100 - 1], samples.back()};
 }
 
-// Median time from notify_one to the waiting thread running, over 1000
-// hand-offs between two threads.
-double HandOffFloorUs() {
-    std::mutex lock;
-    std::condition_variable cond;
-    int turn = 0;  // 1: the partner's turn, 0: the caller's, -1: done
-    Clock::time_point sent;
-    std::vector<double> samplesUs;
-    std::thread partner([&] {
-        std::unique_lock<std::mutex> guard(lock);
-        for (;;) {
-            cond.wait(guard, [&] { return turn != 0; });
-            if (turn < 0) return;
-            samplesUs.push_back(MicrosecondsSince(sent));
-            turn = 0;
-            cond.notify_one();
+// The floor of a wake: the time from notify_one to the waiting thread
+// running, measured by a partner thread. A benchmark takes one hand-off per
+// iteration, next to the sample it times, so both see the same machine load.
+class HandOffFloor {
+public:
+    HandOffFloor() : m_partner([this] { Serve(); }) {}
+    ~HandOffFloor() {
+        {
+            std::lock_guard<std::mutex> guard(m_lock);
+            m_turn = -1;
         }
-    });
-    for (int i = 0; i < 1000; ++i) {
-        std::unique_lock<std::mutex> guard(lock);
-        sent = Clock::now();
-        turn = 1;
-        cond.notify_one();
-        cond.wait(guard, [&] { return turn == 0; });
+        m_cond.notify_one();
+        m_partner.join();
     }
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        turn = -1;
+    void Measure() {
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_sent = Clock::now();
+        m_turn = 1;
+        m_cond.notify_one();
+        m_cond.wait(guard, [this] { return m_turn == 0; });
     }
-    cond.notify_one();
-    partner.join();
-    return Median(std::move(samplesUs));
-}
+    const std::vector<double>& SamplesUs() const { return m_samplesUs; }
 
-// Median, 99th percentile (nearest rank) and maximum of one sample per
-// iteration, each also as a multiple of the hand-off floor measured now.
-void ReportLatencies(benchmark::State& state, std::vector<double> samplesUs) {
+private:
+    void Serve() {
+        std::unique_lock<std::mutex> guard(m_lock);
+        for (;;) {
+            m_cond.wait(guard, [this] { return m_turn != 0; });
+            if (m_turn < 0) return;
+            m_samplesUs.push_back(MicrosecondsSince(m_sent));
+            m_turn = 0;
+            m_cond.notify_one();
+        }
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_cond;
+    int m_turn = 0;  // 1: the partner's turn, 0: the caller's, -1: done
+    Clock::time_point m_sent;
+    std::vector<double> m_samplesUs;
+    std::thread m_partner;  // last: starts once the members above exist
+};
+
+// Median, p99 and maximum of one sample per iteration, with the same figures
+// of the hand-off floor taken alongside, and each as a multiple of its floor.
+void ReportLatencies(benchmark::State& state, std::vector<double> samplesUs, const HandOffFloor& handOff) {
     if (samplesUs.empty()) return;
-    std::sort(samplesUs.begin(), samplesUs.end());
-    const double floorUs = HandOffFloorUs();
-    const double median = samplesUs[samplesUs.size() / 2];
-    const double p99 = samplesUs[(samplesUs.size() * 99 + 99) / 100 - 1];
-    state.counters["median_us"] = median;
-    state.counters["p99_us"] = p99;
-    state.counters["max_us"] = samplesUs.back();
-    state.counters["floor_us"] = floorUs;
-    state.counters["median_x_floor"] = median / floorUs;
-    state.counters["p99_x_floor"] = p99 / floorUs;
-    state.counters["max_x_floor"] = samplesUs.back() / floorUs;
+    const Figures got = FiguresOf(std::move(samplesUs));
+    const Figures floor = FiguresOf(handOff.SamplesUs());
+    const std::pair<const char*, std::pair<double, double>> rows[] = {
+        {"median", {got.median, floor.median}}, {"p99", {got.p99, floor.p99}}, {"max", {got.max, floor.max}}};
+    for (const auto& row : rows) {
+        const std::string figure = row.first;
+        state.counters[figure + "_us"] = row.second.first;
+        state.counters["floor_" + figure + "_us"] = row.second.second;
+        state.counters[figure + "_x_floor"] = row.second.first / row.second.second;
+    }
 }
 
 struct OtherSensor {
@@ -132,6 +146,7 @@ void BM_InjectToQuery(benchmark::State& state) {
     SensorListenerExtraData extra{};
     int64_t stamp = 0;
     std::vector<double> latenciesUs;
+    HandOffFloor handOff;
     for (auto _ : state) {
         stamp = std::max(stamp + 1, zelkov_platform::BootTimeNs());  // unique and current
         const Clock::time_point start = Clock::now();
@@ -140,8 +155,9 @@ void BM_InjectToQuery(benchmark::State& state) {
             listener->GetSensorData(SENSOR_LISTENER_GYROSCOPE, &event, true, &extra);
         } while (event.gyro.timestamp != stamp);
         latenciesUs.push_back(MicrosecondsSince(start));
+        handOff.Measure();
     }
-    ReportLatencies(state, std::move(latenciesUs));
+    ReportLatencies(state, std::move(latenciesUs), handOff);
     state.counters["avg_latency_ns"] = static_cast<double>(extra.avg_latency_ns);
     for (int id : streams) zelkov_platform::StopSensorStream(id);
     listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE);
@@ -159,8 +175,10 @@ void BM_DisableStopsLoop(benchmark::State& state) {
     zelkov_platform::ResetSensorPlatform();
     ISensorListener* listener = LoadSensorListener();
     std::vector<double> stopsUs;
+    HandOffFloor handOff;
     for (auto _ : state) {
         state.PauseTiming();
+        handOff.Measure();
         listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 0, 0);
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         state.ResumeTiming();
@@ -168,7 +186,7 @@ void BM_DisableStopsLoop(benchmark::State& state) {
         listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE);
         stopsUs.push_back(MicrosecondsSince(start));
     }
-    ReportLatencies(state, std::move(stopsUs));
+    ReportLatencies(state, std::move(stopsUs), handOff);
     UnloadSensorListener(&listener);
 }
 BENCHMARK(BM_DisableStopsLoop)->Iterations(200)->UseRealTime()->Unit(benchmark::kMicrosecond);
@@ -192,8 +210,10 @@ void BM_DisableUnderLoad(benchmark::State& state) {
         streams.push_back(zelkov_platform::StartSensorStream(stream.platformType, stream.rateHz));
     }
     std::vector<double> stopsUs;
+    HandOffFloor handOff;
     for (auto _ : state) {
         state.PauseTiming();
+        handOff.Measure();
         for (const OtherSensor& stream : kStreams) listener->EnableSensor(stream.listenerType, 1000, 2);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         for (int i = 0; i < 3; ++i) listener->DisableSensor(kStreams[i].listenerType);
@@ -203,7 +223,7 @@ void BM_DisableUnderLoad(benchmark::State& state) {
         stopsUs.push_back(MicrosecondsSince(start));
     }
     for (int id : streams) zelkov_platform::StopSensorStream(id);
-    ReportLatencies(state, std::move(stopsUs));
+    ReportLatencies(state, std::move(stopsUs), handOff);
     UnloadSensorListener(&listener);
 }
 BENCHMARK(BM_DisableUnderLoad)->Iterations(200)->UseRealTime()->Unit(benchmark::kMicrosecond);
