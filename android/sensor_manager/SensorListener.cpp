@@ -243,8 +243,8 @@ int SensorListener::DisableSensor(int type) {
         g_enabledSensorMask &= ~type;
         platformType = platformTypeOf(type);
     }
-    // An off type has no sensor, and without a loop there is no queue; the
-    // platform would dereference either, and there is nothing to disable.
+    // An off type has no sensor (the platform would dereference it), and
+    // without a loop there is no queue: nothing to disable then.
     const ASensor* sensor = ASensorManager_getDefaultSensor(manager, platformType);
     if (sensor != nullptr && m_event_queue != nullptr) ASensorEventQueue_disableSensor(m_event_queue, sensor);
     stopLoop();
