@@ -61,7 +61,6 @@ TEST_F(LoopTest, DestroyingAListenerWithARunningLoopStopsItFirst) {
     delete listener;  // without the disable
     zelkov_platform::StopSensorStream(stream);
     EXPECT_EQ(GetSensorPlatformStats().liveLoopers, 0);
-    g_enabledSensorMask = 0;
 }
 
 }  // namespace

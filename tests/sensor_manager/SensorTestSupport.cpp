@@ -14,14 +14,6 @@ bool WaitUntil(const std::function<bool()>& condition, double seconds) {
     return true;
 }
 
-void DisableAllAndUnload(zelkov::ISensorListener*& listener) {
-    for (int bit = 1; bit <= 128; bit <<= 1) {
-        if ((zelkov::g_dualSensorMask & bit) != 0) listener->DisableSensor(bit);
-        if ((zelkov::g_enabledSensorMask & bit) != 0) listener->DisableSensor(bit);
-    }
-    EXPECT_EQ(zelkov::UnloadSensorListener(&listener), 0);
-}
-
 void SensorTest::SetUp() {
     zelkov_platform::ResetSensorPlatform();
     SetHrmNameFile(nullptr);
@@ -31,6 +23,14 @@ void SensorTest::SetUp() {
 }
 
 void SensorTest::TearDown() {
+    if (listener != nullptr) {
+        // Second enables first, then the enable itself.
+        for (int bit = 1; bit <= 128; bit <<= 1) {
+            if ((zelkov::g_dualSensorMask & bit) != 0) listener->DisableSensor(bit);
+            if ((zelkov::g_enabledSensorMask & bit) != 0) listener->DisableSensor(bit);
+        }
+        EXPECT_EQ(zelkov::UnloadSensorListener(&listener), 0);
+    }
     zelkov_platform::ResetSensorPlatform();
     EXPECT_EQ(zelkov::g_sensorListener, nullptr) << "a test left a listener loaded";
     zelkov_platform::SensorPlatformStats stats = zelkov_platform::GetSensorPlatformStats();

@@ -65,9 +65,6 @@ namespace zelkov_test {
 void SetHrmNameFile(const char* content);
 void SetRearLightNameFile(const char* content);
 
-// Gives back every enable a test left on (second enables first), then unloads.
-void DisableAllAndUnload(zelkov::ISensorListener*& listener);
-
 // Polls `condition` until it holds or `seconds` pass; returns the last result.
 bool WaitUntil(const std::function<bool()>& condition, double seconds = 10.0);
 
@@ -77,11 +74,14 @@ inline double SecondsSince(Clock::time_point start) {
 }
 
 // Every listener test starts from a fresh platform, no listener loaded and
-// both name files absent, and checks on exit that no listener is left.
+// both name files absent, and checks on exit that no listener is left. A
+// test that loads into `listener` has its enables given back and its load
+// released at the end.
 class SensorTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+    zelkov::ISensorListener* listener = nullptr;
 };
 
 }  // namespace zelkov_test

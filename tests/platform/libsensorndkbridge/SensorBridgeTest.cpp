@@ -48,7 +48,6 @@ TEST_F(SensorBridgeTest, ManagerListsTheConfiguredSensors) {
     ASSERT_EQ(ASensorManager_getSensorList(manager, &list), 2);
     EXPECT_EQ(ASensorManager_getSensorList(manager, nullptr), 2) << "the count without the list";
     EXPECT_EQ(ASensorManager_getSensorList(nullptr, &list), -22);
-    EXPECT_EQ(ASensor_getType(list[1]), 0x10029);
     EXPECT_EQ(Sensor(0x10029), list[1]);
     EXPECT_EQ(Sensor(ASENSOR_TYPE_LIGHT), nullptr);
     EXPECT_EQ(ASensor_getType(nullptr), ASENSOR_TYPE_INVALID);
