@@ -12,6 +12,7 @@
 #include <android/misc/IZelCameraMetadataHandler.h>
 #include <android/misc/IZelHardwareHandler.h>
 #include <android/wrappers/internal/ModuleRecords.h>
+#include <camera_metadata_hidden.h>
 #include <system/camera_metadata.h>
 
 #include "common/ByteProbe.h"
@@ -75,8 +76,6 @@ TEST(MetadataHandlerTest, NullArgumentsGetThePlatformResults) {
     IZelCameraMetadataHandler* handler = GetCameraMetadataHandler();
     handler->Free(nullptr);
     EXPECT_EQ(handler->Clone(nullptr), nullptr);
-    EXPECT_EQ(handler->GetEntryCount(nullptr), get_camera_metadata_entry_count(nullptr));
-    EXPECT_EQ(handler->GetDataCapacity(nullptr), get_camera_metadata_data_capacity(nullptr));
     EXPECT_EQ(handler->ValidateStructure(nullptr, nullptr), kError);
     EXPECT_EQ(handler->Sort(nullptr), kError);
 
