@@ -8,7 +8,8 @@ for, its value and unit, and the spread across repetitions (coefficient of
 variation of the real time). When a run has repetitions the medians are used.
 What a row shows follows from the counters the benchmark reports:
   wrapper_ns, direct_ns, ratio  an accessor against a direct call
-  median_us, p99_us (max_us)    a latency distribution
+  median_us, p99_us (max_us)    a latency distribution (with floor_<figure>_us
+                                and the <figure>_x_floor ratios when it has a floor)
   <what>_per_second             a rate, in <what>/s
   a BigO aggregate              a family over sizes: its end points and the fit
 otherwise the real time per iteration.
@@ -97,7 +98,12 @@ def row_for(program, r, spread):
     if "median_us" in r:
         figures = ["median", "p99"] + (["max"] if "max_us" in r else [])
         values = " / ".join(number(r[f + "_us"]) for f in figures)
-        return [name, " / ".join(figures), values, "µs", spread]
+        label = " / ".join(figures)
+        if "floor_median_us" in r:  # the same figures of a hand-off floor of the same run, and the ratios
+            label += "; hand-off floor; ratios"
+            values += "; " + " / ".join(number(r[f"floor_{f}_us"]) for f in figures)
+            values += "; " + " / ".join(f"×{r[f + '_x_floor']:.1f}" for f in figures)
+        return [name, label, values, "µs", spread]
     rates = [key for key in r if key.endswith("_per_second")]
     if rates:
         return [name, "rate", si(r[rates[0]]), rates[0].replace("_per_second", "/s"), spread]

@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <exception>
-#include <thread>
 
 #include <sensorndkbridge/looper_camera.h>
 #include <utils/ThreadDefs.h>
@@ -195,12 +194,13 @@ bool SensorListener::initSensor(int type, int samplingPeriodUs) {
     if (!isSupportedType(type)) {
         ZEL_LOGE("Sensor Listener doesn't support the sensor type!(%d)", type);
         std::lock_guard<std::mutex> lock(m_data_lock);
-        m_data_cond.notify_all();
+        notifyWaitersLocked();
         return false;
     }
     g_enabledSensorMask |= type;
     const ASensor* sensor = ASensorManager_getDefaultSensor(manager, platformTypeOf(type));
-    ASensorEventQueue_registerSensor(m_event_queue, sensor, samplingPeriodUs, 0);
+    // The platform dereferences the sensor: a list that changed under us gives none.
+    if (sensor != nullptr) ASensorEventQueue_registerSensor(m_event_queue, sensor, samplingPeriodUs, 0);
     if (type == SENSOR_LISTENER_ALC) {
         int code = getAlcStatus();
         std::lock_guard<std::mutex> lock(m_data_lock);
@@ -243,7 +243,10 @@ int SensorListener::DisableSensor(int type) {
         g_enabledSensorMask &= ~type;
         platformType = platformTypeOf(type);
     }
-    ASensorEventQueue_disableSensor(m_event_queue, ASensorManager_getDefaultSensor(manager, platformType));
+    // An off type has no sensor (the platform would dereference it), and
+    // without a loop there is no queue: nothing to disable then.
+    const ASensor* sensor = ASensorManager_getDefaultSensor(manager, platformType);
+    if (sensor != nullptr && m_event_queue != nullptr) ASensorEventQueue_disableSensor(m_event_queue, sensor);
     stopLoop();
     return 0;
 }
@@ -274,6 +277,13 @@ int SensorListener::startLoop() {
         return status;
     }
     ZEL_LOGE("couldn't run thread");
+    // Give back what this start took, so the next one begins afresh with a
+    // queue bound to its own looper.
+    m_thread = nullptr;
+    ASensorManager_destroyEventQueue(manager, m_event_queue);
+    m_event_queue = nullptr;
+    ALooper_release_forCamera(m_looper);
+    m_looper = nullptr;
     return status;
 }
 
@@ -291,10 +301,6 @@ void SensorListener::endLoop() {
     m_thread->requestExit();
     ALooper_wake(m_looper);
     m_thread->join();
-    // The ending thread lets go of its own reference just after join returns:
-    // wait for that, so the thread object is destroyed here by the stop and
-    // never later on the exiting thread.
-    while (m_thread->getStrongCount() > 1) std::this_thread::yield();
     m_thread = nullptr;
     ASensorManager* manager = getSensorManager();
     if (manager != nullptr) {
@@ -306,7 +312,7 @@ void SensorListener::endLoop() {
     {
         // Only after the join: every pass takes this lock.
         std::lock_guard<std::mutex> lock(m_data_lock);
-        if (m_waiting) m_data_cond.notify_all();
+        notifyWaitersLocked();  // a waiting query sees the loop gone
     }
     ALooper_release_forCamera(m_looper);
     m_loop_running = false;
@@ -329,7 +335,7 @@ bool SensorListener::sensorLooperThread() {
             uint32_t bit = storeEventLocked(events[i]);
             if (bit == 0) continue;
             m_new_data = true;
-            if (m_waiting) m_data_cond.notify_all();
+            notifyWaitersLocked();
             m_valid_mask |= bit;
         }
     }
@@ -338,6 +344,11 @@ bool SensorListener::sensorLooperThread() {
                       strerror(static_cast<int>(-count)));
     }
     return true;
+}
+
+void SensorListener::notifyWaitersLocked() {
+    ++m_notify_seq;
+    if (m_waiting > 0) m_data_cond.notify_all();
 }
 
 uint32_t SensorListener::storeEventLocked(const ASensorEvent& event) {
@@ -424,10 +435,12 @@ int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wai
     // The copy is made under the store's lock, so it never mixes two samples.
     std::unique_lock<std::mutex> lock(m_data_lock);
     if (wait && !m_new_data) {
-        m_waiting = true;
-        // One notification or 2 s on the steady clock, whichever comes first.
-        m_data_cond.wait_for(lock, std::chrono::seconds(2));
-        m_waiting = false;
+        // One notification or 2 s on the steady clock, whichever comes first;
+        // a spurious wake-up leaves the sequence where it was and waits on.
+        const uint64_t seen = m_notify_seq;
+        ++m_waiting;
+        m_data_cond.wait_for(lock, std::chrono::seconds(2), [&] { return m_notify_seq != seen; });
+        --m_waiting;
     }
     const SensorListenerEvent& store = m_sensor_data;
     switch (type) {

@@ -226,8 +226,13 @@ inline void CheckSensorIntake(const uint8_t* data, size_t size) {
         if (failRead) zelkov_platform::FailNextGetEvents(readError);
         ZEL_FUZZ_CHECK(Peer::Pass(listener));
     }
-    // Whatever a failed read left behind; a pass with events pending never waits.
-    for (int pass = 0; pass < 64 && zelkov_platform::PendingEventCount() != 0; ++pass) Peer::Pass(listener);
+    // Whatever a failed read left behind. A queue signals its looper only when
+    // an event arrives, so each pass is preceded by a magnetometer event, which
+    // the intake drops.
+    for (int pass = 0; pass < 64 && zelkov_platform::PendingEventCount() != 0; ++pass) {
+        zelkov_platform::InjectSensorEvent(zelkov_platform::MakeSensorEvent(ASENSOR_TYPE_MAGNETIC_FIELD, {}), true);
+        Peer::Pass(listener);
+    }
     ZEL_FUZZ_CHECK(zelkov_platform::PendingEventCount() == 0);
     const int64_t after = zelkov_platform::BootTimeNs();
     Peer::DetachQueue(listener);

@@ -11,62 +11,45 @@ namespace {
 
 using AlcStatusTest = zelkov_test::SensorTest;
 
-struct NameCase {
-    const char* content;
-    int code;
-};
-
 TEST_F(AlcStatusTest, ChipNameFileGivesTheChipCode) {
-    const NameCase cases[] = {
-        {"MAX86900\n", 0}, {"MAX86907B\n", 1}, {"MAX86909\n", 3}, {"MAX86902\n", 2},  {"ADPD143RI\n", 4},
-        {"MAX86906\n", 0}, {"MAX86917\n", 1},  {"SFH7832\n", 6},  {"MAX86915\n", 7},
-        // Without the newline the last character is left out: "MAX8691" is a
-        // prefix of MAX86917, which comes first.
-        {"MAX86915", 1},
-        // Nothing compared: the first entry matches.
-        {"\n", 0},
-        // Cut to 23 characters by the read, then matching nothing.
-        {"MAX86915MAX86915MAX86915MAX86915\n", 1},
-        {"TMD4906\n", 1},
+    const struct {
+        const char* content;
+        int code;
+    } cases[] = {
+        {"MAX86900\n", 0}, {"MAX86907B\n", 1}, {"MAX86909\n", 3}, {"MAX86902\n", 2}, {"ADPD143RI\n", 4},
+        {"MAX86906\n", 0}, {"MAX86917\n", 1},  {"SFH7832\n", 6},  {"MAX86915\n", 7}, {"TMD4906\n", 1},
+        {"MAX86915", 1},  // last character left out: "MAX8691" matches MAX86917 first
+        {"\n", 0},        // nothing compared: the first entry matches
+        {"MAX86915MAX86915MAX86915MAX86915\n", 1},  // cut to 23 characters by the read
     };
-    for (const NameCase& c : cases) {
+    SetRearLightNameFile("als_rear\n");  // ignored while the HRM file exists
+    for (const auto& c : cases) {
         SetHrmNameFile(c.content);
-        SetRearLightNameFile("als_rear\n");  // ignored while the HRM file exists
         EXPECT_EQ(SensorListener::getAlcStatus(), c.code) << c.content;
     }
 }
 
-TEST_F(AlcStatusTest, RearLightWithoutHrmGives1000AfterTheOpenFailure) {
-    SetRearLightNameFile("");
-    LogCapture capture;
-    EXPECT_EQ(SensorListener::getAlcStatus(), 1000);
-    auto messages = capture.Messages();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].text, "SensorListener.cpp: getAlcStatus: 832: ERR:failed to open hrm alc sensor's name");
-    EXPECT_EQ(messages[1].text, "SensorListener.cpp: getAlcStatus: 897: HRM sensor type: 1000");
-}
-
-TEST_F(AlcStatusTest, NeitherFileGives1WithBothFailures) {
-    LogCapture capture;
-    EXPECT_EQ(SensorListener::getAlcStatus(), 1);
-    EXPECT_EQ(capture.Count(1, "getAlcStatus: 832: ERR:failed to open hrm alc sensor's name"), 1);
-    EXPECT_EQ(capture.Count(1, "getAlcStatus: 838: ERR:failed to open als rear sensor's name"), 1);
-}
-
-TEST_F(AlcStatusTest, EmptyHrmFileGives1WithTheReadFailure) {
-    SetHrmNameFile("");
-    LogCapture capture;
-    EXPECT_EQ(SensorListener::getAlcStatus(), 1);
-    EXPECT_EQ(capture.Count(1, "getAlcStatus: 850: ERR:failed to read hrm alc sensor's name"), 1);
-}
-
-TEST_F(AlcStatusTest, EnablingTheAlcSensorStoresTheCode) {
-    SetHrmNameFile("MAX86915\n");
-    ISensorListener* listener = LoadSensorListener();
-    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_ALC, 0, 0), 0);
-    EXPECT_EQ(SensorListenerTestPeer::HrmSensorType(SensorListenerTestPeer::Of(listener)), 7);
-    EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_ALC), 0);
-    EXPECT_EQ(UnloadSensorListener(&listener), 0);
+// The code and the log lines (by their fixed line numbers), in order.
+TEST_F(AlcStatusTest, MissingOrEmptyFilesGiveTheirCodeAndMessages) {
+    const struct {
+        const char* hrm;
+        const char* rear;
+        int code;
+        const char* lines;
+    } cases[] = {
+        {nullptr, "", 1000, "832:897:"},
+        {nullptr, nullptr, 1, "832:838:897:"},
+        {"", "", 1, "850:897:"},
+    };
+    for (const auto& c : cases) {
+        SetHrmNameFile(c.hrm);
+        SetRearLightNameFile(c.rear);
+        LogCapture capture;
+        EXPECT_EQ(SensorListener::getAlcStatus(), c.code);
+        std::string lines;
+        for (const auto& message : capture.Messages()) lines += message.text.substr(message.text.find(": 8") + 2, 4);
+        EXPECT_EQ(lines, c.lines) << c.code;
+    }
 }
 
 }  // namespace

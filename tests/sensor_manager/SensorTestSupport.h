@@ -1,6 +1,7 @@
 #ifndef ZELKOV_TESTS_SENSOR_MANAGER_SENSOR_TEST_SUPPORT_H
 #define ZELKOV_TESTS_SENSOR_MANAGER_SENSOR_TEST_SUPPORT_H
 
+#include <chrono>
 #include <functional>
 #include <initializer_list>
 #include <mutex>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <android/sensor_manager/internal/SensorListener.h>
+#include <sensorndkbridge/looper_camera.h>
 #include <zelkov_platform/sensor_control.h>
 
 namespace zelkov {
@@ -20,49 +22,39 @@ struct SensorListenerTestPeer {
 
     // Gives a listener a looper and a queue without a thread, so passes can be
     // run one by one; the queue takes every injected event.
-    static void AttachQueue(SensorListener& listener);
-    static void DetachQueue(SensorListener& listener);
+    static void AttachQueue(SensorListener& listener) {
+        listener.m_looper = ALooper_forCamera();
+        listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
+                                                                  listener.m_looper, 0, nullptr, nullptr);
+    }
+    static void DetachQueue(SensorListener& listener) {
+        ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
+        ALooper_release_forCamera(listener.m_looper);
+    }
     static bool Pass(SensorListener& listener) { return listener.sensorLooperThread(); }
 
     static SensorListenerEvent Store(SensorListener& listener) {
         std::lock_guard<std::mutex> lock(listener.m_data_lock);
         return listener.m_sensor_data;
     }
-    static SensorListenerExtraDataInternal Latencies(SensorListener& listener) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        return listener.m_extra_data;
-    }
     static bool NewData(SensorListener& listener) {
         std::lock_guard<std::mutex> lock(listener.m_data_lock);
         return listener.m_new_data;
     }
-    static bool Waiting(SensorListener& listener) {
+    static int Waiting(SensorListener& listener) {
         std::lock_guard<std::mutex> lock(listener.m_data_lock);
         return listener.m_waiting;
     }
+    // Wakes the waiting queries as a spurious wake-up would: no notification.
+    static void SpuriousWake(SensorListener& listener) {
+        std::lock_guard<std::mutex> lock(listener.m_data_lock);
+        listener.m_data_cond.notify_all();
+    }
     static uint32_t ValidMask(SensorListener& listener) { return listener.m_valid_mask.load(); }
     static int Options(SensorListener& listener) { return listener.m_options; }
-    static void SetOptions(SensorListener& listener, int options) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        listener.m_options = options;
-    }
-    // Replaces the latency history as the looper would have built it.
-    static void SetLatencies(SensorListener& listener, std::initializer_list<int64_t> latencies) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        SensorListenerExtraDataInternal& stats = listener.m_extra_data;
-        stats.latencies.assign(latencies.begin(), latencies.end());
-        stats.latency_count = static_cast<int64_t>(stats.latencies.size());
-        stats.latency_sum = 0;
-        for (int64_t latency : stats.latencies) stats.latency_sum += latency;
-    }
-    static void SetHrmSensorType(SensorListener& listener, int code) { listener.m_hrm_sensor_type = code; }
-    static int HrmSensorType(SensorListener& listener) { return listener.m_hrm_sensor_type; }
     // Control-side state; read only while no control call runs.
     static const void* Thread(SensorListener& listener) { return listener.m_thread.get(); }
-    static ALooper* Looper(SensorListener& listener) { return listener.m_looper; }
-    static ASensorEventQueue* Queue(SensorListener& listener) { return listener.m_event_queue; }
     static bool LoopRunning(SensorListener& listener) { return listener.m_loop_running; }
-    static int NumSensors(SensorListener& listener) { return listener.m_num_sensors; }
 };
 
 }  // namespace zelkov
@@ -73,18 +65,23 @@ namespace zelkov_test {
 void SetHrmNameFile(const char* content);
 void SetRearLightNameFile(const char* content);
 
-// Gives back every enable a test left on (second enables first), then unloads.
-void DisableAllAndUnload(zelkov::ISensorListener*& listener);
-
 // Polls `condition` until it holds or `seconds` pass; returns the last result.
 bool WaitUntil(const std::function<bool()>& condition, double seconds = 10.0);
 
+using Clock = std::chrono::steady_clock;
+inline double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
 // Every listener test starts from a fresh platform, no listener loaded and
-// both name files absent, and checks on exit that no listener is left.
+// both name files absent, and checks on exit that no listener is left. A
+// test that loads into `listener` has its enables given back and its load
+// released at the end.
 class SensorTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+    zelkov::ISensorListener* listener = nullptr;
 };
 
 }  // namespace zelkov_test

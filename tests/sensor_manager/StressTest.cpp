@@ -30,8 +30,7 @@ TEST_F(StressTest, ConcurrentControlAndQueriesWhileSensorsStream) {
             for (int round = 0; round < kRounds; ++round) {
                 ISensorListener* listener = LoadSensorListener();
                 int type = kTypes[random() % 3];
-                int status = listener->EnableSensor(type, 1000, 2);
-                EXPECT_EQ(status, 0);
+                EXPECT_EQ(listener->EnableSensor(type, 1000, 2), 0);
                 SensorListenerEvent event;
                 SensorListenerExtraData extra;
                 // -11 until the first sample, -22 once another thread switched the type off.

@@ -78,6 +78,9 @@ private:
     bool isTypeListed(int type);
     // Stores one event under m_data_lock; returns the type bit it filled, 0 if dropped.
     uint32_t storeEventLocked(const ASensorEvent& event);
+    // Ends every wait in progress: a sample was stored, or the control side
+    // wants the readers to look again. Called with m_data_lock held.
+    void notifyWaitersLocked();
     void recordLatencyLocked(int64_t timestamp);
 
     ASensorEventQueue* m_event_queue = nullptr;
@@ -86,7 +89,8 @@ private:
     int32_t m_options = 1;
     std::mutex m_data_lock;
     std::condition_variable m_data_cond;
-    bool m_waiting = false;
+    int m_waiting = 0;          // queries waiting on m_data_cond
+    uint64_t m_notify_seq = 0;  // advanced by every notification; a wait ends only when it moves
     bool m_new_data = false;
     std::atomic<uint32_t> m_valid_mask{0};
     int32_t m_hrm_sensor_type = 0;

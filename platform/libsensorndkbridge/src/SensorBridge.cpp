@@ -3,6 +3,8 @@
 // each looper has its own condition to wake its poller.
 #include <errno.h>
 #include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
 #include <unistd.h>
 #include <time.h>
 
@@ -35,6 +37,9 @@ struct ALooper {
     std::condition_variable cond;
     bool woken = false;
     std::vector<ASensorEventQueue*> queues;
+    // Queues that received an event since the last poll; a poll takes them all,
+    // so a queue left non-empty signals again only with its next event.
+    std::set<ASensorEventQueue*> ready;
 };
 
 struct ASensorEventQueue {
@@ -83,9 +88,11 @@ const std::vector<ASensorRef>& CurrentList(Platform& p) {
     return p.lists.back();
 }
 
-bool HasEvents(const ALooper* looper) {
-    return std::any_of(looper->queues.begin(), looper->queues.end(),
-                       [](const ASensorEventQueue* queue) { return !queue->events.empty(); });
+// Where the device dereferences a null or stale handle: one line, then abort.
+[[noreturn]] void Misuse(const char* call, const char* rule) {
+    fprintf(stderr, "libsensorndkbridge: %s: %s\n", call, rule);
+    fflush(stderr);
+    abort();
 }
 
 void RememberPoller(Platform& p) {
@@ -117,11 +124,11 @@ ASensorManager* ASensorManager_getInstanceForPackage(const char* /*packageName*/
 }
 
 int ASensorManager_getSensorList(ASensorManager* manager, ASensorList* list) {
-    if (manager == nullptr || list == nullptr) return -EINVAL;
+    if (manager == nullptr) return -EINVAL;
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
     const std::vector<ASensorRef>& current = CurrentList(p);
-    *list = current.empty() ? nullptr : current.data();
+    if (list != nullptr) *list = current.empty() ? nullptr : current.data();
     return static_cast<int>(current.size());
 }
 
@@ -153,13 +160,16 @@ ASensorEventQueue* ASensorManager_createEventQueue(ASensorManager* manager, ALoo
 }
 
 int ASensorManager_destroyEventQueue(ASensorManager* manager, ASensorEventQueue* queue) {
-    if (manager == nullptr) return -EINVAL;
+    if (manager == nullptr || queue == nullptr) return -EINVAL;
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
-    if (p.queues.erase(queue) == 0) return -EINVAL;
+    // The device deletes whatever it is given and answers OK; a queue this
+    // platform never made (or made and already destroyed) is left alone.
+    if (p.queues.erase(queue) == 0) return 0;
     if (queue->looper != nullptr) {
         auto& attached = queue->looper->queues;
         attached.erase(std::remove(attached.begin(), attached.end(), queue), attached.end());
+        queue->looper->ready.erase(queue);
     }
     delete queue;
     return 0;
@@ -167,24 +177,36 @@ int ASensorManager_destroyEventQueue(ASensorManager* manager, ASensorEventQueue*
 
 int ASensorEventQueue_registerSensor(ASensorEventQueue* queue, ASensor const* sensor, int32_t samplingPeriodUs,
                                      int64_t /*maxBatchReportLatencyUs*/) {
-    if (queue == nullptr || sensor == nullptr) return -EINVAL;
+    if (queue == nullptr) return -EINVAL;
+    if (sensor == nullptr) Misuse("ASensorEventQueue_registerSensor", "null sensor (the device dereferences it)");
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
     queue->periodByType[sensor->type] = samplingPeriodUs;
     return 0;
 }
 
+int ASensorEventQueue_enableSensor(ASensorEventQueue* queue, ASensor const* sensor) {
+    if (queue == nullptr) return -EINVAL;
+    if (sensor == nullptr) Misuse("ASensorEventQueue_enableSensor", "null sensor (the device dereferences it)");
+    return ASensorEventQueue_registerSensor(queue, sensor, 200000, 0);  // the platform's normal delay
+}
+
 int ASensorEventQueue_disableSensor(ASensorEventQueue* queue, ASensor const* sensor) {
-    if (queue == nullptr || sensor == nullptr) return -EINVAL;
+    if (queue == nullptr) return -EINVAL;
+    if (sensor == nullptr) Misuse("ASensorEventQueue_disableSensor", "null sensor (the device dereferences it)");
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
-    return queue->periodByType.erase(sensor->type) != 0 ? 0 : -EINVAL;
+    queue->periodByType.erase(sensor->type);
+    return 0;
 }
 
 ssize_t ASensorEventQueue_getEvents(ASensorEventQueue* queue, ASensorEvent* events, size_t count) {
-    if (queue == nullptr || events == nullptr) return -EINVAL;
+    if (queue == nullptr) return -EINVAL;
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
+    if (events == nullptr && count != 0 && !queue->events.empty()) {
+        Misuse("ASensorEventQueue_getEvents", "null event buffer (the device copies events into it)");
+    }
     ssize_t result;
     if (p.pendingError != 0) {
         result = p.pendingError;
@@ -209,31 +231,37 @@ ALooper* ALooper_forCamera(void) {
 }
 
 int ALooper_pollOnce_camera(ALooper* looper, int timeoutMillis, int* outFd, int* outEvents, void** outData) {
-    if (outFd != nullptr) *outFd = -1;
+    if (outFd != nullptr) *outFd = 0;
     if (outEvents != nullptr) *outEvents = 0;
     if (outData != nullptr) *outData = nullptr;
     if (looper == nullptr) return ALOOPER_POLL_ERROR;
     Platform& p = P();
     std::unique_lock<std::mutex> lock(p.lock);
     RememberPoller(p);
-    auto ready = [looper] { return looper->woken || HasEvents(looper); };
+    auto ready = [looper] { return looper->woken || !looper->ready.empty(); };
     if (timeoutMillis < 0) {
         looper->cond.wait(lock, ready);
     } else {
         looper->cond.wait_for(lock, std::chrono::milliseconds(timeoutMillis), ready);
     }
+    // Ready queues come first; a wake that arrived meanwhile stays pending.
+    if (!looper->ready.empty()) {
+        looper->ready.clear();
+        return ALOOPER_POLL_CALLBACK;
+    }
     if (looper->woken) {
         looper->woken = false;
         return ALOOPER_POLL_WAKE;
     }
-    return HasEvents(looper) ? ALOOPER_POLL_CALLBACK : ALOOPER_POLL_TIMEOUT;
+    return ALOOPER_POLL_TIMEOUT;
 }
 
 void ALooper_wake(ALooper* looper) {
-    if (looper == nullptr) return;
+    if (looper == nullptr) Misuse("ALooper_wake", "null looper (the device dereferences it)");
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
     if (p.loopers.count(looper) == 0) return;
+    ++p.stats.wakes;
     looper->woken = true;
     looper->cond.notify_all();
 }
@@ -337,7 +365,10 @@ int InjectSensorEvents(const ASensorEvent* events, std::size_t count, bool toEve
         }
         if (hit) {
             ++reached;
-            if (queue->looper != nullptr) queue->looper->cond.notify_all();
+            if (queue->looper != nullptr) {
+                queue->looper->ready.insert(queue);
+                queue->looper->cond.notify_all();
+            }
         }
     }
     p.stats.injectedEvents += count;

@@ -1,9 +1,9 @@
 // The simulated sensor platform as the listener relies on it: the manager and
-// its list, queues bound to loopers that block for real, and the trace source.
-// A missing or throwing manager and the live stream are proved through the
-// listener in tests/sensor_manager (ControlTest, ModelTest, RoadTest).
+// its list, queues bound to loopers whose polls take the ready signal, and the
+// aborts where the device would crash. A missing or throwing manager, read
+// errors and streams are proved through the listener in tests/sensor_manager.
+// Every blocking poll is bounded, so a fault fails instead of hanging.
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +14,8 @@
 using namespace zelkov_platform;
 
 namespace {
+
+constexpr int kBoundMs = 10000;  // a poll that should end long before this
 
 class SensorBridgeTest : public ::testing::Test {
 protected:
@@ -32,10 +34,9 @@ protected:
         EXPECT_EQ(GetSensorPlatformStats().liveQueues, 0);
         EXPECT_EQ(GetSensorPlatformStats().liveLoopers, 0);
     }
-    void Register(int type, int periodUs = 0) {
-        ASSERT_EQ(ASensorEventQueue_registerSensor(queue, ASensorManager_getDefaultSensor(manager, type), periodUs, 0),
-                  0);
-    }
+    const ASensor* Sensor(int type) { return ASensorManager_getDefaultSensor(manager, type); }
+    int Poll(int timeoutMs) { return ALooper_pollOnce_camera(looper, timeoutMs, nullptr, nullptr, nullptr); }
+    void Inject(int type, float value = 0) { InjectSensorEvent(MakeSensorEvent(type, {value})); }
     ASensorManager* manager = nullptr;
     ALooper* looper = nullptr;
     ASensorEventQueue* queue = nullptr;
@@ -45,105 +46,79 @@ TEST_F(SensorBridgeTest, ManagerListsTheConfiguredSensors) {
     SetSensorList({{ASENSOR_TYPE_GYROSCOPE, "Gyro", 7}, {0x10029, "HRM", 9}});
     ASensorList list = nullptr;
     ASSERT_EQ(ASensorManager_getSensorList(manager, &list), 2);
-    EXPECT_EQ(ASensor_getType(list[0]), ASENSOR_TYPE_GYROSCOPE);
-    EXPECT_EQ(ASensor_getType(list[1]), 0x10029);
-    EXPECT_EQ(ASensorManager_getDefaultSensor(manager, 0x10029), list[1]);
-    EXPECT_EQ(ASensorManager_getDefaultSensor(manager, ASENSOR_TYPE_LIGHT), nullptr);
+    EXPECT_EQ(ASensorManager_getSensorList(manager, nullptr), 2) << "the count without the list";
+    EXPECT_EQ(ASensorManager_getSensorList(nullptr, &list), -22);
+    EXPECT_EQ(Sensor(0x10029), list[1]);
+    EXPECT_EQ(Sensor(ASENSOR_TYPE_LIGHT), nullptr);
     EXPECT_EQ(ASensor_getType(nullptr), ASENSOR_TYPE_INVALID);
-
-    SetSensorList({});
-    EXPECT_EQ(ASensorManager_getSensorList(manager, &list), 0);
 }
 
 TEST_F(SensorBridgeTest, EventsReachOnlyQueuesWithTheSensorRegisteredInOrder) {
-    EXPECT_EQ(InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_LIGHT, {1})), 0);
-    Register(ASENSOR_TYPE_LIGHT, 20000);
-    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_LIGHT), 20000);
-    for (int i = 0; i < 5; ++i) InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_LIGHT, {static_cast<float>(i)}));
-
+    Inject(ASENSOR_TYPE_LIGHT, 9);
+    ASSERT_EQ(ASensorEventQueue_enableSensor(queue, Sensor(ASENSOR_TYPE_LIGHT)), 0);
+    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_LIGHT), 200000) << "the platform's normal delay";
+    for (int i = 1; i <= 5; ++i) Inject(ASENSOR_TYPE_LIGHT, static_cast<float>(i));
     ASensorEvent events[3];
     ASSERT_EQ(ASensorEventQueue_getEvents(queue, events, 3), 3);
-    EXPECT_EQ(events[0].data[0], 0.0f);
-    EXPECT_EQ(events[2].data[0], 2.0f);
+    EXPECT_EQ(events[0].data[0], 1.0f) << "the event before the registration never arrived";
     ASSERT_EQ(ASensorEventQueue_getEvents(queue, events, 3), 2);
-    EXPECT_EQ(events[1].data[0], 4.0f);
-    EXPECT_EQ(ASensorEventQueue_getEvents(queue, events, 3), 0);
-
-    EXPECT_EQ(ASensorEventQueue_disableSensor(queue, ASensorManager_getDefaultSensor(manager, ASENSOR_TYPE_LIGHT)), 0);
+    EXPECT_EQ(events[1].data[0], 5.0f);
+    EXPECT_EQ(ASensorEventQueue_disableSensor(queue, Sensor(ASENSOR_TYPE_LIGHT)), 0);
     EXPECT_EQ(InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_LIGHT, {1})), 0);
-    EXPECT_EQ(ASensorEventQueue_disableSensor(queue, nullptr), -22);
+    EXPECT_EQ(ASensorEventQueue_disableSensor(nullptr, nullptr), -22) << "a null queue is checked first";
+    EXPECT_EQ(ASensorEventQueue_getEvents(nullptr, events, 3), -22);
 }
 
-TEST_F(SensorBridgeTest, FullQueueDropsTheOldestAndCountsThem) {
-    SetQueueCapacity(4);
-    Register(ASENSOR_TYPE_GYROSCOPE);
-    for (int i = 0; i < 6; ++i) InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {static_cast<float>(i)}));
-    EXPECT_EQ(GetSensorPlatformStats().droppedEvents, 2u);
-    ASensorEvent events[8];
-    ASSERT_EQ(ASensorEventQueue_getEvents(queue, events, 8), 4);
-    EXPECT_EQ(events[0].data[0], 2.0f);
-}
-
-TEST_F(SensorBridgeTest, ChosenReadErrorIsReturnedOnce) {
-    FailNextGetEvents(-4);
-    ASensorEvent event;
-    EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), -4);
-    EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 0);
-}
-
-TEST_F(SensorBridgeTest, PollReportsEventsTimeOutAndWake) {
-    EXPECT_EQ(ALooper_pollOnce_camera(looper, 1, nullptr, nullptr, nullptr), ALOOPER_POLL_TIMEOUT);
-    Register(ASENSOR_TYPE_ACCELEROMETER);
-    InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_ACCELEROMETER, {1, 2, 3}));
-    EXPECT_EQ(ALooper_pollOnce_camera(looper, 0, nullptr, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
+TEST_F(SensorBridgeTest, EachPollTakesTheReadySignalAndAWakeWaitsBehindEvents) {
+    int fd = -1, events = -1;
+    void* data = &fd;
+    EXPECT_EQ(ALooper_pollOnce_camera(looper, 0, &fd, &events, &data), ALOOPER_POLL_TIMEOUT);
+    EXPECT_EQ(fd, 0);
+    EXPECT_EQ(events, 0);
+    EXPECT_EQ(data, nullptr);
     EXPECT_EQ(ALooper_pollOnce_camera(nullptr, 0, nullptr, nullptr, nullptr), ALOOPER_POLL_ERROR);
 
-    ASensorEvent event;
-    ASSERT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1);
-    // A poll without limit ends only by the wake from another thread.
+    ASSERT_EQ(ASensorEventQueue_registerSensor(queue, Sensor(ASENSOR_TYPE_ACCELEROMETER), 0, 0), 0);
+    Inject(ASENSOR_TYPE_ACCELEROMETER);
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_CALLBACK);
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_TIMEOUT) << "the queue still holds its event but signals only a new one";
+    Inject(ASENSOR_TYPE_ACCELEROMETER);
+    ALooper_wake(looper);
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_CALLBACK) << "events before the wake";
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_WAKE) << "the wake stayed pending";
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_TIMEOUT);
+    EXPECT_EQ(GetSensorPlatformStats().wakes, 1);
+
+    // Blocked polls end by an event or a wake from another thread.
+    std::thread injector([this] { Inject(ASENSOR_TYPE_ACCELEROMETER); });
+    EXPECT_EQ(Poll(kBoundMs), ALOOPER_POLL_CALLBACK);
+    injector.join();
     std::thread waker([this] { ALooper_wake(looper); });
-    EXPECT_EQ(ALooper_pollOnce_camera(looper, -1, nullptr, nullptr, nullptr), ALOOPER_POLL_WAKE);
+    EXPECT_EQ(Poll(kBoundMs), ALOOPER_POLL_WAKE);
     waker.join();
 }
 
-TEST_F(SensorBridgeTest, BlockedPollReturnsWhenAnEventArrives) {
-    Register(ASENSOR_TYPE_GYROSCOPE);
-    std::thread injector([] { InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {1, 2, 3})); });
-    EXPECT_EQ(ALooper_pollOnce_camera(looper, -1, nullptr, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
-    injector.join();
+TEST_F(SensorBridgeTest, DestroyingANullOrUnknownQueue) {
+    ASensorEventQueue* other = ASensorManager_createEventQueue(manager, looper, 0, nullptr, nullptr);
+    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0);
+    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0) << "no longer known: left alone";
+    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, nullptr), -22);
+    EXPECT_EQ(ASensorManager_destroyEventQueue(nullptr, queue), -22);
+    EXPECT_EQ(ASensorManager_createEventQueue(manager, nullptr, 0, nullptr, nullptr), nullptr);
 }
 
-TEST_F(SensorBridgeTest, TimestampsAreInTheBootTimeBase) {
-    Register(ASENSOR_TYPE_GYROSCOPE);
-    const int64_t before = BootTimeNs();
-    InjectSensorEvent(MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {}));
-    const int64_t after = BootTimeNs();
+// Where the device dereferences a null handle, the stand-in stops at once.
+TEST_F(SensorBridgeTest, NullHandlesTheDeviceDereferencesAbort) {
     ASensorEvent event;
-    ASSERT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1);
-    EXPECT_GE(event.timestamp, before);
-    EXPECT_LE(event.timestamp, after);
-    EXPECT_EQ(event.version, static_cast<int32_t>(sizeof(ASensorEvent)));
-}
-
-TEST_F(SensorBridgeTest, ShippedTraceReplaysItsSamples) {
-    const int samples = CountTraceSamples(DefaultMotionTracePath());
-    ASSERT_GT(samples, 100);
-    EXPECT_EQ(CountTraceSamples("/nonexistent/trace.txt"), 0);
-    EXPECT_FALSE(StartTraceReplay("/nonexistent/trace.txt", false));
-
-    Register(ASENSOR_TYPE_GYROSCOPE);
-    Register(ASENSOR_TYPE_ACCELEROMETER);
-    SetQueueCapacity(static_cast<std::size_t>(samples));
-    ASSERT_TRUE(StartTraceReplay(DefaultMotionTracePath(), false));
-    int received = 0;
-    ASensorEvent events[8];
-    while (received < samples) {
-        ASSERT_EQ(ALooper_pollOnce_camera(looper, -1, nullptr, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
-        received += static_cast<int>(ASensorEventQueue_getEvents(queue, events, 8));
-    }
-    StopTraceReplay();
-    EXPECT_EQ(received, samples);
-    EXPECT_EQ(GetSensorPlatformStats().droppedEvents, 0u);
+    ASSERT_EQ(ASensorEventQueue_registerSensor(queue, Sensor(ASENSOR_TYPE_GYROSCOPE), 0, 0), 0);
+    Inject(ASENSOR_TYPE_GYROSCOPE);
+    EXPECT_DEATH(ASensorEventQueue_disableSensor(queue, nullptr),
+                 "^libsensorndkbridge: ASensorEventQueue_disableSensor: null sensor \\(the device dereferences it\\)");
+    EXPECT_DEATH(ASensorEventQueue_registerSensor(queue, nullptr, 0, 0), "registerSensor: null sensor");
+    EXPECT_DEATH(ASensorEventQueue_enableSensor(queue, nullptr), "enableSensor: null sensor");
+    EXPECT_DEATH(ALooper_wake(nullptr), "ALooper_wake: null looper");
+    EXPECT_DEATH(ASensorEventQueue_getEvents(queue, nullptr, 1), "getEvents: null event buffer");
+    EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1) << "the parent still has its event";
 }
 
 }  // namespace

@@ -82,6 +82,7 @@ struct SensorPlatformStats {
     int queuesCreated;
     uint64_t droppedEvents;
     uint64_t injectedEvents;
+    int wakes;  // ALooper_wake calls on live loopers
 };
 SensorPlatformStats GetSensorPlatformStats();
 // Events waiting in all live queues.
