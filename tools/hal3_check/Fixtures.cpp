@@ -18,11 +18,9 @@ BufferPool::~BufferPool() {
 std::string BufferPool::Allocate(const camera3_stream_t& stream, uint32_t count, uint32_t blobBytes) {
     uint32_t width = stream.width, height = stream.height;
     if (stream.format == kFormatBlob) {
-        // The camera service allocates blobSize x 1; the host gralloc caps a
-        // dimension at 16384, so larger blobs are folded into rows.
-        constexpr uint32_t kMaxWidth = 16384;
-        width = std::min(blobBytes, kMaxWidth);
-        height = (blobBytes + width - 1) / std::max(width, 1u);
+        // As the camera service does: the JPEG buffer is its maximum size x 1.
+        width = blobBytes;
+        height = 1;
     }
     for (uint32_t i = 0; i < count; ++i) {
         GrallocBuffer b;

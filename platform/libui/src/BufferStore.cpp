@@ -90,7 +90,10 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     // Every refusal of the allocator reaches the caller as NO_MEMORY.
     const FormatLayout* layout = FindFormatLayout(format);
     if (layout == nullptr || (usage & ~kValidUsageBits) != 0) return NO_MEMORY;
-    if (width > kMaxDimension || height > kMaxDimension || layerCount > kMaxDimension) return NO_MEMORY;
+    // A BLOB buffer is bytes in one row (the camera service asks for the JPEG
+    // size x 1), so only its byte size is bounded, as on the device.
+    const bool blob = format == HAL_PIXEL_FORMAT_BLOB;
+    if ((!blob && (width > kMaxDimension || height > kMaxDimension)) || layerCount > kMaxDimension) return NO_MEMORY;
     const uint64_t stride = (uint64_t{width} + layout->strideAlign - 1) / layout->strideAlign * layout->strideAlign;
     const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;  // cannot overflow 64 bits here
     if (byteSize > kMaxBufferBytes) return NO_MEMORY;
