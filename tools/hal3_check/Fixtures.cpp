@@ -197,6 +197,33 @@ int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint
     return value;
 }
 
+std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
+    // White, yellow, cyan, green, magenta, red, blue, black: luma falls bar to
+    // bar; the signs of Cb and Cr ('+' high, '-' low, '0' neutral, '.' too
+    // weak to tell: yellow's Cr and blue's Cr are only ~8 % off neutral).
+    static const char* const kBars[8][2] = {{"white", "00"}, {"yellow", "-."}, {"cyan", "+-"}, {"green", "--"},
+                                             {"magenta", "++"}, {"red", "-+"}, {"blue", "+."}, {"black", "00"}};
+    constexpr int kLumaStep = 8, kChroma = 16;  // margins for rounding and range
+    auto sign = [](int c) { return c - 128 >= kChroma ? '+' : c - 128 <= -kChroma ? '-' : '0'; };
+    std::vector<uint8_t> row;
+    if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row)) return {"[rule buffer-lock] cannot lock a YUV buffer"};
+    std::vector<std::string> failures;
+    for (uint32_t i = 0; i < 8; ++i) {
+        const uint8_t* p = row.data() + size_t((2 * i + 1) * picture.width / 16) * 3;  // the bar's centre
+        const uint8_t* previous = p - size_t(picture.width / 8) * 3;
+        std::string signs{sign(p[1]), sign(p[2])}, want = kBars[i][1];
+        bool ok = i == 0 || p[0] + kLumaStep <= previous[0];
+        for (size_t c = 0; c < 2; ++c) ok &= want[c] == '.' || want[c] == signs[c];
+        if (!ok)
+            failures.push_back("[rule test-pattern] bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " +
+                               std::to_string(p[0]) + " Cb " + std::to_string(p[1]) + " Cr " + std::to_string(p[2]) +
+                               " (Cb/Cr signs " + signs + ", wanted " + want +
+                               (i == 0 ? ")" : "; Y must be " + std::to_string(kLumaStep) + " below the previous bar's " +
+                                                   std::to_string(previous[0]) + ")"));
+    }
+    return failures;
+}
+
 namespace {
 
 struct JpegError {

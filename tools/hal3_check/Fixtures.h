@@ -94,6 +94,8 @@ private:
 
 // The frame number the test pattern carries in the top rows of luma, or -1.
 int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height);
+// Failures ("[rule test-pattern] ...") unless the picture is the 8 colour bars.
+std::vector<std::string> CheckColorBars(const GrallocBuffer& picture);
 // "" when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes to
 // width x height; else a failure naming its rule. *jpeg receives the JPEG bytes.
 std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg);

@@ -4,6 +4,7 @@
 #include <ui/GraphicBufferMapper.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace hal3_check {
@@ -41,6 +42,13 @@ bool WithYCbCr(const GrallocBuffer& b, Read read) {
 
 uint8_t Clamp(int v) { return uint8_t(std::clamp(v, 0, 255)); }
 
+// Y, Cb and Cr of pixel (x, y) of locked 4:2:0 planes.
+std::array<uint8_t, 3> Sample(const android_ycbcr& p, uint32_t x, uint32_t y) {
+    size_t c = (y / 2) * p.cstride + (x / 2) * p.chroma_step;
+    return {static_cast<const uint8_t*>(p.y)[y * p.ystride + x], static_cast<const uint8_t*>(p.cb)[c],
+            static_cast<const uint8_t*>(p.cr)[c]};
+}
+
 }  // namespace
 
 bool GrallocHelper::ReadLuma(const GrallocBuffer& b, uint32_t rows, std::vector<uint8_t>* luma) {
@@ -55,18 +63,26 @@ bool GrallocHelper::ReadLuma(const GrallocBuffer& b, uint32_t rows, std::vector<
 bool GrallocHelper::ReadRgb(const GrallocBuffer& b, std::vector<uint8_t>* rgb) {
     return WithYCbCr(b, [&](const android_ycbcr& p) {
         rgb->resize(size_t(b.width) * b.height * 3);
-        const auto* ys = static_cast<const uint8_t*>(p.y);
-        const auto* cbs = static_cast<const uint8_t*>(p.cb);
-        const auto* crs = static_cast<const uint8_t*>(p.cr);
         for (uint32_t y = 0; y < b.height; ++y)
             for (uint32_t x = 0; x < b.width; ++x) {
-                size_t c = (y / 2) * p.cstride + (x / 2) * p.chroma_step;
-                int l = ys[y * p.ystride + x], u = cbs[c] - 128, v = crs[c] - 128;  // BT.601 full range
+                std::array<uint8_t, 3> s = Sample(p, x, y);
+                int l = s[0], u = s[1] - 128, v = s[2] - 128;  // BT.601 full range
                 uint8_t* out = rgb->data() + (size_t(y) * b.width + x) * 3;
                 out[0] = Clamp(l + (1402 * v) / 1000);
                 out[1] = Clamp(l - (344 * u + 714 * v) / 1000);
                 out[2] = Clamp(l + (1772 * u) / 1000);
             }
+    });
+}
+
+bool GrallocHelper::ReadYCbCrRow(const GrallocBuffer& b, uint32_t row, std::vector<uint8_t>* ycbcr) {
+    if (row >= b.height) return false;
+    return WithYCbCr(b, [&](const android_ycbcr& p) {
+        ycbcr->clear();
+        for (uint32_t x = 0; x < b.width; ++x) {
+            std::array<uint8_t, 3> s = Sample(p, x, row);
+            ycbcr->insert(ycbcr->end(), s.begin(), s.end());
+        }
     });
 }
 

@@ -30,6 +30,8 @@ public:
     static void Free(GrallocBuffer* buffer);
     // The first `rows` rows of the luma plane, `width` bytes per row.
     static bool ReadLuma(const GrallocBuffer& b, uint32_t rows, std::vector<uint8_t>* luma);
+    // Row `row` as Y, Cb, Cr bytes per pixel.
+    static bool ReadYCbCrRow(const GrallocBuffer& b, uint32_t row, std::vector<uint8_t>* ycbcr);
     // The picture as 8-bit RGB, for dumps.
     static bool ReadRgb(const GrallocBuffer& b, std::vector<uint8_t>* rgb);
     static bool ReadBytes(const GrallocBuffer& b, std::vector<uint8_t>* bytes);

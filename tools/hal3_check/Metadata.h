@@ -25,7 +25,7 @@ enum : uint8_t {
     kAeStateConverged = 2, kAeStateFlashRequired = 4, kAeStateLocked = 3,
     kAfStateFocusedLocked = 4, kAfStateNotFocusedLocked = 5,
     kCapabilityBackwardCompatible = 0,
-    kTestPatternOff = 0,
+    kTestPatternOff = 0, kTestPatternColorBars = 2,
 };
 constexpr int32_t kStreamOutput = 0;  // direction in the stream configuration table
 

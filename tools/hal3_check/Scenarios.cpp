@@ -388,6 +388,29 @@ TEST_P(Recording, HoldsItsFrameRate) {
     note_ = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
 }
 
+class TestPattern : public CameraScenario {};
+TEST_P(TestPattern, ColorBars) {
+    auto modes = Find(static_, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES);
+    if (std::find(modes.data.i32, modes.data.i32 + modes.count, int32_t(kTestPatternColorBars)) == modes.data.i32 + modes.count)
+        GTEST_SKIP() << "COLOR_BARS not in android.sensor.availableTestPatternModes";
+    ASSERT_NO_FATAL_FAILURE(Open());
+    StreamConfig c = Sizes(kFormatYuv420).back();
+    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
+    const int32_t mode = kTestPatternColorBars;
+    Set(s, ANDROID_SENSOR_TEST_PATTERN_MODE, &mode, 1);
+    Stream(3, s.get(), {0});
+    ASSERT_TRUE(Drain());
+    for (const auto& f : frames_)
+        EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode)
+            << "[rule test-pattern] frame " << f.frame << ": the result does not echo the test pattern mode";
+    // Nothing was submitted after the last frame: its buffer still holds its picture.
+    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty());
+    const GrallocBuffer* picture = streams_->pool(0).Find(frames_.back().buffers[0].handle);
+    ASSERT_NE(picture, nullptr);
+    ReportFailures(CheckColorBars(*picture));
+}
+
 #define HAL3_CAMERAS(suite) INSTANTIATE_TEST_SUITE_P(Camera, suite, ::testing::ValuesIn(CameraIds()), Name)
 HAL3_CAMERAS(StaticMetadata);
 HAL3_CAMERAS(OpenClose);
@@ -399,5 +422,6 @@ HAL3_CAMERAS(Flush);
 HAL3_CAMERAS(InvalidRequests);
 HAL3_CAMERAS(StillCapture);
 HAL3_CAMERAS(Recording);
+HAL3_CAMERAS(TestPattern);
 
 }  // namespace hal3_check
