@@ -18,59 +18,31 @@ using namespace zelkov_test;
 
 namespace {
 
-TEST(DeviceLayout, MessageFields) {
-    using S = camera3_shutter_msg;
-    ExpectEachFieldAtItsBytes<ZelCamera3ShutterMsg>({
-        FIELD(ZelCamera3ShutterMsg, FrameNumber, 0, S, frame_number),
-        FIELD(ZelCamera3ShutterMsg, Timestamp, 8, S, timestamp),
-    });
-    using E = camera3_error_msg;
-    ExpectEachFieldAtItsBytes<ZelCamera3ErrorMsg>({
-        FIELD(ZelCamera3ErrorMsg, FrameNumber, 0, E, frame_number),
-        FIELD(ZelCamera3ErrorMsg, ErrorStream, 4, E, error_stream),
-        FIELD(ZelCamera3ErrorMsg, ErrorCode, 8, E, error_code),
-    });
-    using N = camera3_notify_msg;
-    ExpectEachFieldAtItsBytes<ZelCamera3NotifyMsg>({
-        FIELD(ZelCamera3NotifyMsg, Type, 0, N, type),
-    });
-}
-
-TEST(DeviceLayout, CallbackOpsSlots) {
-    using W = ZelCamera3CallbackOps;
-    using R = camera3_callback_ops;
-    ExpectEachFieldAtItsBytes<W>({
-        SLOT(W, ProcessCaptureResult, 0, R, process_capture_result),
-        SLOT(W, Notify, 4, R, notify),
-        SLOT(W, RequestStreamBuffers, 8, R, request_stream_buffers),
-        SLOT(W, ReturnStreamBuffers, 12, R, return_stream_buffers),
-    });
-}
-
-TEST(DeviceLayout, DeviceOpsSlots) {
-    using W = ZelCamera3DeviceOps;
-    using R = camera3_device_ops;
-    ExpectEachFieldAtItsBytes<W>({
-        SLOT(W, Initialize, 0, R, initialize),
-        SLOT(W, ConfigureStreams, 4, R, configure_streams),
-        SLOT(W, RegisterStreamBuffers, 8, R, register_stream_buffers),
-        SLOT(W, ConstructDefaultRequestSettings, 12, R, construct_default_request_settings),
-        SLOT(W, ProcessCaptureRequest, 16, R, process_capture_request),
-        SLOT(W, GetMetadataVendorTagOps, 20, R, get_metadata_vendor_tag_ops),
-        SLOT(W, Dump, 24, R, dump),
-        SLOT(W, Flush, 28, R, flush),
-        SLOT(W, SignalStreamFlush, 32, R, signal_stream_flush),
-        SLOT(W, IsReconfigurationRequired, 36, R, is_reconfiguration_required),
-        SLOT(W, SetParameter, 40, R, set_parameter),
-    });
-}
-
-TEST(DeviceLayout, DeviceFieldsAfterTheEmbeddedHwDevice) {
-    using W = ZelCamera3Device;
-    using R = camera3_device;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, Ops, 64, R, ops),
-        FIELD(W, Priv, 68, R, priv),
+TEST(DeviceLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
+    ExpectEachFieldAtItsBytes({
+        FIELD(ZelCamera3ShutterMsg, FrameNumber, 0, camera3_shutter_msg, frame_number),
+        FIELD(ZelCamera3ShutterMsg, Timestamp, 8, camera3_shutter_msg, timestamp),
+        FIELD(ZelCamera3ErrorMsg, FrameNumber, 0, camera3_error_msg, frame_number),
+        FIELD(ZelCamera3ErrorMsg, ErrorStream, 4, camera3_error_msg, error_stream),
+        FIELD(ZelCamera3ErrorMsg, ErrorCode, 8, camera3_error_msg, error_code),
+        FIELD(ZelCamera3NotifyMsg, Type, 0, camera3_notify_msg, type),
+        SLOT(ZelCamera3CallbackOps, ProcessCaptureResult, 0, camera3_callback_ops, process_capture_result),
+        SLOT(ZelCamera3CallbackOps, Notify, 4, camera3_callback_ops, notify),
+        SLOT(ZelCamera3CallbackOps, RequestStreamBuffers, 8, camera3_callback_ops, request_stream_buffers),
+        SLOT(ZelCamera3CallbackOps, ReturnStreamBuffers, 12, camera3_callback_ops, return_stream_buffers),
+        SLOT(ZelCamera3DeviceOps, Initialize, 0, camera3_device_ops, initialize),
+        SLOT(ZelCamera3DeviceOps, ConfigureStreams, 4, camera3_device_ops, configure_streams),
+        SLOT(ZelCamera3DeviceOps, RegisterStreamBuffers, 8, camera3_device_ops, register_stream_buffers),
+        SLOT(ZelCamera3DeviceOps, ConstructDefaultRequestSettings, 12, camera3_device_ops, construct_default_request_settings),
+        SLOT(ZelCamera3DeviceOps, ProcessCaptureRequest, 16, camera3_device_ops, process_capture_request),
+        SLOT(ZelCamera3DeviceOps, GetMetadataVendorTagOps, 20, camera3_device_ops, get_metadata_vendor_tag_ops),
+        SLOT(ZelCamera3DeviceOps, Dump, 24, camera3_device_ops, dump),
+        SLOT(ZelCamera3DeviceOps, Flush, 28, camera3_device_ops, flush),
+        SLOT(ZelCamera3DeviceOps, SignalStreamFlush, 32, camera3_device_ops, signal_stream_flush),
+        SLOT(ZelCamera3DeviceOps, IsReconfigurationRequired, 36, camera3_device_ops, is_reconfiguration_required),
+        SLOT(ZelCamera3DeviceOps, SetParameter, 40, camera3_device_ops, set_parameter),
+        FIELD(ZelCamera3Device, Ops, 64, camera3_device, ops),
+        FIELD(ZelCamera3Device, Priv, 68, camera3_device, priv),
     });
 }
 

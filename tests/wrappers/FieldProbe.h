@@ -79,44 +79,31 @@ std::vector<std::size_t> WrittenBy(Write write) {
     return offsets;
 }
 
-template <typename W>
-struct FieldCase {
+struct FieldCheck {
     std::string name;
-    std::size_t offset;
-    std::size_t width;
-    std::function<void(W&)> set;
-    std::function<bool(const ByteProbe&)> holdsValue;  // the record's bytes at the offset
-    std::function<void(ByteProbe&)> plant;              // writes the value's bytes at the offset
-    std::function<bool(const W&)> readsValue;           // the getter returns the value
+    std::function<void()> run;
 };
 
 // `width` is the field's size, which differs from the accessor type's for a
 // size_t field on a 64-bit host.
 template <typename W, typename V, typename G>
-FieldCase<W> Field(std::string name, std::size_t offset, G get, void (W::*set)(V), std::size_t width) {
-    const V value = ValueFor<V>(offset);
-    return {std::move(name),
-            offset,
-            width,
-            [set, value](W& w) { (w.*set)(value); },
-            [offset, value](const ByteProbe& p) { return p.Read<V>(offset) == value; },
-            [offset, value](ByteProbe& p) { p.Write<V>(offset, value); },
-            [get, value](const W& w) { return V((w.*get)()) == value; }};
+FieldCheck Field(std::string name, std::size_t offset, G get, void (W::*set)(V), std::size_t width) {
+    return {std::move(name), [=] {
+                const V value = ValueFor<V>(offset);
+                EXPECT_EQ(WrittenBy<W>([&](W& w) { (w.*set)(value); }), Span(offset, width));
+                ByteProbe written(W::Size(), 0xEE);
+                (Borrow<W>(written).*set)(value);
+                EXPECT_TRUE(written.Read<V>(offset) == value);
+                ByteProbe planted(W::Size(), 0xEE);
+                planted.Write<V>(offset, value);
+                EXPECT_TRUE(V((Borrow<W>(planted).*get)()) == value);
+            }};
 }
 
-template <typename W>
-void ExpectEachFieldAtItsBytes(const std::vector<FieldCase<W>>& fields) {
-    for (const FieldCase<W>& field : fields) {
+inline void ExpectEachFieldAtItsBytes(const std::vector<FieldCheck>& fields) {
+    for (const FieldCheck& field : fields) {
         SCOPED_TRACE(field.name);
-        EXPECT_EQ(WrittenBy<W>(field.set), Span(field.offset, field.width));
-        ByteProbe probe(W::Size(), 0xEE);
-        W wrapper = Borrow<W>(probe);
-        field.set(wrapper);
-        EXPECT_TRUE(field.holdsValue(probe));
-
-        ByteProbe planted(W::Size(), 0xEE);
-        field.plant(planted);
-        EXPECT_TRUE(field.readsValue(Borrow<W>(planted)));
+        field.run();
     }
 }
 

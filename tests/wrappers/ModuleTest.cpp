@@ -18,124 +18,67 @@ using namespace zelkov_test;
 
 namespace {
 
-TEST(ModuleLayout, HwModuleFields) {
-    using W = ZelHwModule;
-    using R = hw_module_t;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, Tag, 0, R, tag),
-        // Two 16-bit versions side by side: each setter writes its own two bytes.
-        FIELD(W, ModuleApiVersion, 4, R, module_api_version),
-        FIELD(W, HalApiVersion, 6, R, hal_api_version),
-        FIELD(W, Id, 8, R, id),
-        FIELD(W, Name, 12, R, name),
-        FIELD(W, Author, 16, R, author),
-        FIELD(W, Methods, 20, R, methods),
-        FIELD(W, Dso, 24, R, dso),
-    });
-    ExpectEachFieldAtItsBytes<ZelHwModuleMethods>({
+TEST(ModuleLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
+    ExpectEachFieldAtItsBytes({
+        FIELD(ZelHwModule, Tag, 0, hw_module_t, tag),
+        FIELD(ZelHwModule, ModuleApiVersion, 4, hw_module_t, module_api_version),
+        FIELD(ZelHwModule, HalApiVersion, 6, hw_module_t, hal_api_version),
+        FIELD(ZelHwModule, Id, 8, hw_module_t, id),
+        FIELD(ZelHwModule, Name, 12, hw_module_t, name),
+        FIELD(ZelHwModule, Author, 16, hw_module_t, author),
+        FIELD(ZelHwModule, Methods, 20, hw_module_t, methods),
+        FIELD(ZelHwModule, Dso, 24, hw_module_t, dso),
         SLOT(ZelHwModuleMethods, Open, 0, hw_module_methods_t, open),
-    });
-}
-
-TEST(ModuleLayout, HwDeviceFields) {
-    using W = ZelHwDevice;
-    using R = hw_device_t;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, Tag, 0, R, tag),
-        FIELD(W, Version, 4, R, version),
-        FIELD(W, Module, 8, R, module),
-        SLOT(W, Close, 60, R, close),
-    });
-}
-
-TEST(ModuleLayout, CameraModuleSlotsFollowTheEmbeddedHwModule) {
-    using W = ZelCameraModule;
-    using R = camera_module;
-    ExpectEachFieldAtItsBytes<W>({
-        SLOT(W, GetNumberOfCameras, 128, R, get_number_of_cameras),
-        SLOT(W, GetCameraInfo, 132, R, get_camera_info),
-        SLOT(W, SetCallback, 136, R, set_callbacks),
-        SLOT(W, GetVendorTagOps, 140, R, get_vendor_tag_ops),
-        SLOT(W, OpenLegacy, 144, R, open_legacy),
-        SLOT(W, SetTorchMode, 148, R, set_torch_mode),
-        SLOT(W, SetTorchModeStrength, 152, R, set_torch_mode_strength),
-        SLOT(W, Init, 156, R, init),
-        SLOT(W, GetPhysicalCameraInfo, 160, R, get_physical_camera_info),
-        SLOT(W, IsStreamCombinationSupported, 164, R, is_stream_combination_supported),
-        SLOT(W, NotifyDeviceStateChange, 168, R, notify_device_state_change),
-        SLOT(W, GetCameraDeviceVersion, 172, R, get_camera_device_version),
-        SLOT(W, GetConcurrentStreamingCameraIds, 176, R, get_concurrent_streaming_camera_ids),
-        SLOT(W, IsConcurrentStreamCombinationSupported, 180, R, is_concurrent_stream_combination_supported),
-    });
-    using C = camera_module_callbacks;
-    ExpectEachFieldAtItsBytes<ZelCameraModuleCallbacks>({
-        SLOT(ZelCameraModuleCallbacks, CameraDeviceStatusChange, 0, C, camera_device_status_change),
-        SLOT(ZelCameraModuleCallbacks, TorchModeStatusChange, 4, C, torch_mode_status_change),
-    });
-}
-
-TEST(ModuleLayout, CameraInfoFields) {
-    using W = ZelCameraInfo;
-    using R = camera_info;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, Facing, 0, R, facing),
-        FIELD(W, Orientation, 4, R, orientation),
-        FIELD(W, DeviceVersion, 8, R, device_version),
-        FIELD(W, StaticCameraCharact, 12, R, static_camera_characteristics),
-        FIELD(W, ResourceCost, 16, R, resource_cost),
-        FIELD(W, ConflictingDevices, 20, R, conflicting_devices),
-        // A size_t: 32 bits on the target, wider on a 64-bit host.
-        FIELD(W, ConflictingDevicesLength, 24, R, conflicting_devices_length),
-    });
-}
-
-TEST(ModuleLayout, VendorTagTablesKeepTheirOwnSlotOrders) {
-    using O = ZelVendorTagOps;
-    using R = vendor_tag_ops;
-    ExpectEachFieldAtItsBytes<O>({
-        SLOT(O, GetTagCount, 0, R, get_tag_count),
-        SLOT(O, GetAllTags, 4, R, get_all_tags),
-        SLOT(O, GetSectionName, 8, R, get_section_name),
-        SLOT(O, GetTagName, 12, R, get_tag_name),
-        SLOT(O, GetTagType, 16, R, get_tag_type),
-    });
-    using Q = ZelVendorTagQueryOps;
-    using S = vendor_tag_query_ops;
-    ExpectEachFieldAtItsBytes<Q>({
-        SLOT(Q, GetSectionName, 0, S, get_section_name),
-        SLOT(Q, GetTagName, 4, S, get_tag_name),
-        SLOT(Q, GetTagType, 8, S, get_tag_type),
-        SLOT(Q, GetTagCount, 12, S, get_tag_count),
-        SLOT(Q, GetTags, 16, S, get_tags),
-    });
-}
-
-TEST(ModuleLayout, StreamCombinationFields) {
-    using W = ZelCameraStream;
-    using R = camera_stream;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, StreamType, 0, R, stream_type),
-        FIELD(W, Width, 4, R, width),
-        FIELD(W, Height, 8, R, height),
-        FIELD(W, Format, 12, R, format),
-        // 32-bit usage, unlike the HAL3 stream's 64-bit one.
-        FIELD(W, Usage, 16, R, usage),
-        FIELD(W, DataSpace, 20, R, data_space),
-        FIELD(W, Rotation, 24, R, rotation),
-        FIELD(W, PhysicalCameraId, 28, R, physical_camera_id),
-    });
-    using C = camera_stream_combination;
-    ExpectEachFieldAtItsBytes<ZelCameraStreamCombination>({
-        FIELD(ZelCameraStreamCombination, NumStreams, 0, C, num_streams),
-        FIELD(ZelCameraStreamCombination, Streams, 4, C, streams),
-        FIELD(ZelCameraStreamCombination, OperationMode, 8, C, operation_mode),
-    });
-    using I = cameraid_stream_combination;
-    ExpectEachFieldAtItsBytes<ZelCameraIdStreamCombination>({
-        FIELD(ZelCameraIdStreamCombination, FwkCameraId, 0, I, camera_id),
-        FIELD(ZelCameraIdStreamCombination, StreamConfig, 4, I, stream_configuration),
-    });
-    ExpectEachFieldAtItsBytes<ZelConCurrentCameraCombination>({
+        FIELD(ZelHwDevice, Tag, 0, hw_device_t, tag),
+        FIELD(ZelHwDevice, Version, 4, hw_device_t, version),
+        FIELD(ZelHwDevice, Module, 8, hw_device_t, module),
+        SLOT(ZelHwDevice, Close, 60, hw_device_t, close),
+        SLOT(ZelCameraModule, GetNumberOfCameras, 128, camera_module, get_number_of_cameras),
+        SLOT(ZelCameraModule, GetCameraInfo, 132, camera_module, get_camera_info),
+        SLOT(ZelCameraModule, SetCallback, 136, camera_module, set_callbacks),
+        SLOT(ZelCameraModule, GetVendorTagOps, 140, camera_module, get_vendor_tag_ops),
+        SLOT(ZelCameraModule, OpenLegacy, 144, camera_module, open_legacy),
+        SLOT(ZelCameraModule, SetTorchMode, 148, camera_module, set_torch_mode),
+        SLOT(ZelCameraModule, SetTorchModeStrength, 152, camera_module, set_torch_mode_strength),
+        SLOT(ZelCameraModule, Init, 156, camera_module, init),
+        SLOT(ZelCameraModule, GetPhysicalCameraInfo, 160, camera_module, get_physical_camera_info),
+        SLOT(ZelCameraModule, IsStreamCombinationSupported, 164, camera_module, is_stream_combination_supported),
+        SLOT(ZelCameraModule, NotifyDeviceStateChange, 168, camera_module, notify_device_state_change),
+        SLOT(ZelCameraModule, GetCameraDeviceVersion, 172, camera_module, get_camera_device_version),
+        SLOT(ZelCameraModule, GetConcurrentStreamingCameraIds, 176, camera_module, get_concurrent_streaming_camera_ids),
+        SLOT(ZelCameraModule, IsConcurrentStreamCombinationSupported, 180, camera_module, is_concurrent_stream_combination_supported),
+        SLOT(ZelCameraModuleCallbacks, CameraDeviceStatusChange, 0, camera_module_callbacks, camera_device_status_change),
+        SLOT(ZelCameraModuleCallbacks, TorchModeStatusChange, 4, camera_module_callbacks, torch_mode_status_change),
+        FIELD(ZelCameraInfo, Facing, 0, camera_info, facing),
+        FIELD(ZelCameraInfo, Orientation, 4, camera_info, orientation),
+        FIELD(ZelCameraInfo, DeviceVersion, 8, camera_info, device_version),
+        FIELD(ZelCameraInfo, StaticCameraCharact, 12, camera_info, static_camera_characteristics),
+        FIELD(ZelCameraInfo, ResourceCost, 16, camera_info, resource_cost),
+        FIELD(ZelCameraInfo, ConflictingDevices, 20, camera_info, conflicting_devices),
+        FIELD(ZelCameraInfo, ConflictingDevicesLength, 24, camera_info, conflicting_devices_length),
+        SLOT(ZelVendorTagOps, GetTagCount, 0, vendor_tag_ops, get_tag_count),
+        SLOT(ZelVendorTagOps, GetAllTags, 4, vendor_tag_ops, get_all_tags),
+        SLOT(ZelVendorTagOps, GetSectionName, 8, vendor_tag_ops, get_section_name),
+        SLOT(ZelVendorTagOps, GetTagName, 12, vendor_tag_ops, get_tag_name),
+        SLOT(ZelVendorTagOps, GetTagType, 16, vendor_tag_ops, get_tag_type),
+        SLOT(ZelVendorTagQueryOps, GetSectionName, 0, vendor_tag_query_ops, get_section_name),
+        SLOT(ZelVendorTagQueryOps, GetTagName, 4, vendor_tag_query_ops, get_tag_name),
+        SLOT(ZelVendorTagQueryOps, GetTagType, 8, vendor_tag_query_ops, get_tag_type),
+        SLOT(ZelVendorTagQueryOps, GetTagCount, 12, vendor_tag_query_ops, get_tag_count),
+        SLOT(ZelVendorTagQueryOps, GetTags, 16, vendor_tag_query_ops, get_tags),
+        FIELD(ZelCameraStream, StreamType, 0, camera_stream, stream_type),
+        FIELD(ZelCameraStream, Width, 4, camera_stream, width),
+        FIELD(ZelCameraStream, Height, 8, camera_stream, height),
+        FIELD(ZelCameraStream, Format, 12, camera_stream, format),
+        FIELD(ZelCameraStream, Usage, 16, camera_stream, usage),
+        FIELD(ZelCameraStream, DataSpace, 20, camera_stream, data_space),
+        FIELD(ZelCameraStream, Rotation, 24, camera_stream, rotation),
+        FIELD(ZelCameraStream, PhysicalCameraId, 28, camera_stream, physical_camera_id),
+        FIELD(ZelCameraStreamCombination, NumStreams, 0, camera_stream_combination, num_streams),
+        FIELD(ZelCameraStreamCombination, Streams, 4, camera_stream_combination, streams),
+        FIELD(ZelCameraStreamCombination, OperationMode, 8, camera_stream_combination, operation_mode),
+        FIELD(ZelCameraIdStreamCombination, FwkCameraId, 0, cameraid_stream_combination, camera_id),
+        FIELD(ZelCameraIdStreamCombination, StreamConfig, 4, cameraid_stream_combination, stream_configuration),
         FIELD(ZelConCurrentCameraCombination, NumCameras, 0, concurrent_camera_combination, num_cameras),
     });
 }

@@ -17,84 +17,45 @@ using namespace zelkov_test;
 
 namespace {
 
-TEST(RequestLayout, CaptureRequestFields) {
-    using W = ZelCamera3CaptureRequest;
-    using R = camera3_capture_request;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, FrameNumber, 0, R, frame_number),
-        FIELD(W, Settings, 4, R, settings),
-        FIELD(W, InputBuffer, 8, R, input_buffer),
-        FIELD(W, NumOutputBuffers, 12, R, num_output_buffers),
-        FIELD(W, OutputBuffers, 16, R, output_buffers),
-        FIELD(W, NumPhyscamSettings, 20, R, num_physcam_settings),
-        FIELD(W, PhyscamId, 24, R, physcam_id),
-        FIELD(W, PhyscamSettings, 28, R, physcam_settings),
-    });
-}
-
-TEST(RequestLayout, CaptureResultFields) {
-    using W = ZelCamera3CaptureResult;
-    using R = camera3_capture_result;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, FrameNumber, 0, R, frame_number),
-        FIELD(W, Result, 4, R, result),
-        FIELD(W, NumOutputBuffers, 8, R, num_output_buffers),
-        FIELD(W, OutputBuffers, 12, R, output_buffers),
-        FIELD(W, InputBuffer, 16, R, input_buffer),
-        FIELD(W, PartialResult, 20, R, partial_result),
-        FIELD(W, NumPhyscamMetadata, 24, R, num_physcam_metadata),
-        FIELD(W, PhyscamIds, 28, R, physcam_ids),
-        FIELD(W, PhyscamMetadata, 32, R, physcam_metadata),
-    });
-}
-
-TEST(RequestLayout, StreamBufferFields) {
-    using W = ZelCamera3StreamBuffer;
-    using R = camera3_stream_buffer;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, Stream, 0, R, stream),
-        FIELD(W, Buffer, 4, R, buffer),
-        FIELD(W, Status, 8, R, status),
-        FIELD(W, AcquireFence, 12, R, acquire_fence),
-        FIELD(W, ReleaseFence, 16, R, release_fence),
-    });
-}
-
-TEST(RequestLayout, BufferSetReturnAndRequestFields) {
-    using S = camera3_stream_buffer_set;
-    ExpectEachFieldAtItsBytes<ZelCamera3StreamBufferSet>({
-        FIELD(ZelCamera3StreamBufferSet, Stream, 0, S, stream),
-        FIELD(ZelCamera3StreamBufferSet, NumBuffers, 4, S, num_buffers),
-        FIELD(ZelCamera3StreamBufferSet, Buffers, 8, S, buffers),
-    });
-    using T = camera3_stream_buffer_ret;
-    ExpectEachFieldAtItsBytes<ZelCamera3StreamBufferRet>({
-        FIELD(ZelCamera3StreamBufferRet, Stream, 0, T, stream),
-        FIELD(ZelCamera3StreamBufferRet, Status, 4, T, status),
-        FIELD(ZelCamera3StreamBufferRet, NumOutputBuffers, 8, T, num_output_buffers),
-        FIELD(ZelCamera3StreamBufferRet, OutputBuffers, 12, T, output_buffers),
-    });
-    using Q = camera3_buffer_request;
-    ExpectEachFieldAtItsBytes<ZelCamera3BufferRequest>({
-        FIELD(ZelCamera3BufferRequest, Stream, 0, Q, stream),
-        FIELD(ZelCamera3BufferRequest, NumBuffersRequested, 4, Q, num_buffers_requested),
-    });
-}
-
-TEST(RequestLayout, StreamConfigurationAndJpegBlobFields) {
-    using W = ZelCamera3StreamConfiguration;
-    using R = camera3_stream_configuration;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, NumStreams, 0, R, num_streams),
-        FIELD(W, Streams, 4, R, streams),
-        FIELD(W, OperationMode, 8, R, operation_mode),
-        FIELD(W, SessionParameter, 12, R, session_parameters),
-    });
-    // The 16-bit id, then the size at the next 32-bit boundary.
-    using J = camera3_jpeg_blob;
-    ExpectEachFieldAtItsBytes<ZelCamera3JpegBlob>({
-        FIELD(ZelCamera3JpegBlob, JpegBlobId, 0, J, jpeg_blob_id),
-        FIELD(ZelCamera3JpegBlob, JpegSize, 4, J, jpeg_size),
+TEST(RequestLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
+    ExpectEachFieldAtItsBytes({
+        FIELD(ZelCamera3CaptureRequest, FrameNumber, 0, camera3_capture_request, frame_number),
+        FIELD(ZelCamera3CaptureRequest, Settings, 4, camera3_capture_request, settings),
+        FIELD(ZelCamera3CaptureRequest, InputBuffer, 8, camera3_capture_request, input_buffer),
+        FIELD(ZelCamera3CaptureRequest, NumOutputBuffers, 12, camera3_capture_request, num_output_buffers),
+        FIELD(ZelCamera3CaptureRequest, OutputBuffers, 16, camera3_capture_request, output_buffers),
+        FIELD(ZelCamera3CaptureRequest, NumPhyscamSettings, 20, camera3_capture_request, num_physcam_settings),
+        FIELD(ZelCamera3CaptureRequest, PhyscamId, 24, camera3_capture_request, physcam_id),
+        FIELD(ZelCamera3CaptureRequest, PhyscamSettings, 28, camera3_capture_request, physcam_settings),
+        FIELD(ZelCamera3CaptureResult, FrameNumber, 0, camera3_capture_result, frame_number),
+        FIELD(ZelCamera3CaptureResult, Result, 4, camera3_capture_result, result),
+        FIELD(ZelCamera3CaptureResult, NumOutputBuffers, 8, camera3_capture_result, num_output_buffers),
+        FIELD(ZelCamera3CaptureResult, OutputBuffers, 12, camera3_capture_result, output_buffers),
+        FIELD(ZelCamera3CaptureResult, InputBuffer, 16, camera3_capture_result, input_buffer),
+        FIELD(ZelCamera3CaptureResult, PartialResult, 20, camera3_capture_result, partial_result),
+        FIELD(ZelCamera3CaptureResult, NumPhyscamMetadata, 24, camera3_capture_result, num_physcam_metadata),
+        FIELD(ZelCamera3CaptureResult, PhyscamIds, 28, camera3_capture_result, physcam_ids),
+        FIELD(ZelCamera3CaptureResult, PhyscamMetadata, 32, camera3_capture_result, physcam_metadata),
+        FIELD(ZelCamera3StreamBuffer, Stream, 0, camera3_stream_buffer, stream),
+        FIELD(ZelCamera3StreamBuffer, Buffer, 4, camera3_stream_buffer, buffer),
+        FIELD(ZelCamera3StreamBuffer, Status, 8, camera3_stream_buffer, status),
+        FIELD(ZelCamera3StreamBuffer, AcquireFence, 12, camera3_stream_buffer, acquire_fence),
+        FIELD(ZelCamera3StreamBuffer, ReleaseFence, 16, camera3_stream_buffer, release_fence),
+        FIELD(ZelCamera3StreamBufferSet, Stream, 0, camera3_stream_buffer_set, stream),
+        FIELD(ZelCamera3StreamBufferSet, NumBuffers, 4, camera3_stream_buffer_set, num_buffers),
+        FIELD(ZelCamera3StreamBufferSet, Buffers, 8, camera3_stream_buffer_set, buffers),
+        FIELD(ZelCamera3StreamBufferRet, Stream, 0, camera3_stream_buffer_ret, stream),
+        FIELD(ZelCamera3StreamBufferRet, Status, 4, camera3_stream_buffer_ret, status),
+        FIELD(ZelCamera3StreamBufferRet, NumOutputBuffers, 8, camera3_stream_buffer_ret, num_output_buffers),
+        FIELD(ZelCamera3StreamBufferRet, OutputBuffers, 12, camera3_stream_buffer_ret, output_buffers),
+        FIELD(ZelCamera3BufferRequest, Stream, 0, camera3_buffer_request, stream),
+        FIELD(ZelCamera3BufferRequest, NumBuffersRequested, 4, camera3_buffer_request, num_buffers_requested),
+        FIELD(ZelCamera3StreamConfiguration, NumStreams, 0, camera3_stream_configuration, num_streams),
+        FIELD(ZelCamera3StreamConfiguration, Streams, 4, camera3_stream_configuration, streams),
+        FIELD(ZelCamera3StreamConfiguration, OperationMode, 8, camera3_stream_configuration, operation_mode),
+        FIELD(ZelCamera3StreamConfiguration, SessionParameter, 12, camera3_stream_configuration, session_parameters),
+        FIELD(ZelCamera3JpegBlob, JpegBlobId, 0, camera3_jpeg_blob, jpeg_blob_id),
+        FIELD(ZelCamera3JpegBlob, JpegSize, 4, camera3_jpeg_blob, jpeg_size),
     });
 }
 

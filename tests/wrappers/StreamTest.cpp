@@ -18,7 +18,7 @@ namespace {
 TEST(StreamLayout, EverySetterWritesExactlyItsFieldsBytes) {
     using W = ZelCamera3Stream;
     using S = camera3_stream;
-    ExpectEachFieldAtItsBytes<W>({
+    ExpectEachFieldAtItsBytes({
         FIELD(W, StreamType, 0, S, stream_type),
         FIELD(W, Width, 4, S, width),
         FIELD(W, Height, 8, S, height),
@@ -62,13 +62,12 @@ TEST(StreamLayout, AbsentFieldsHaveFixedValuesAndSettersWriteNothing) {
     EXPECT_EQ(stream.GetColorSpace(), -1);
 }
 
-TEST(StreamLayout, HalStreamFieldsAtTheirOffsets) {
-    using W = ZelCamera3HalStream;
-    ExpectEachFieldAtItsBytes<W>({
-        FIELD(W, HalStreamFormat, 4, HalStream, format),
-        FIELD(W, HalStreamProducerUsage, 8, HalStream, producer_usage),
-        FIELD(W, HalStreamConsumerUsage, 16, HalStream, consumer_usage),
-        FIELD(W, HalStreamMaxBuffers, 24, HalStream, max_buffers),
+TEST(HalStreamLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
+    ExpectEachFieldAtItsBytes({
+        FIELD(ZelCamera3HalStream, HalStreamFormat, 4, HalStream, format),
+        FIELD(ZelCamera3HalStream, HalStreamProducerUsage, 8, HalStream, producer_usage),
+        FIELD(ZelCamera3HalStream, HalStreamConsumerUsage, 16, HalStream, consumer_usage),
+        FIELD(ZelCamera3HalStream, HalStreamMaxBuffers, 24, HalStream, max_buffers),
     });
 }
 
