@@ -2,7 +2,6 @@
 // through exit, virtual slots in the order the camera core is compiled
 // against, and every operation reaching its platform function with its own
 // arguments in order.
-#include <cstdlib>
 #include <iterator>
 #include <set>
 #include <thread>
@@ -31,26 +30,6 @@ TEST(Handlers, OneObjectEachAcrossThreads) {
     EXPECT_EQ(std::set<decltype(seen)::value_type>(seen.begin(), seen.end()).size(), 1u);
     EXPECT_NE(seen[0].first, nullptr);
     EXPECT_NE(seen[0].second, nullptr);
-}
-
-// Runs after the destructors of statics made after its registration.
-void UseHandlersAtExit() {
-    const hw_module_t* module = nullptr;
-    const bool ok = GetCameraMetadataHandler()->GetTagType(ANDROID_CONTROL_AE_MODE) == TYPE_BYTE &&
-                    IZelHardwareHandler::GetInstance()->GetModule("zelkov_unknown", &module) != 0;
-    std::_Exit(ok ? 0 : 1);
-}
-
-TEST(Handlers, StillServeWhileTheProcessExits) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process: the handlers are made after the registration
-    EXPECT_EXIT(
-        {
-            std::atexit(UseHandlersAtExit);
-            GetCameraMetadataHandler();
-            IZelHardwareHandler::GetInstance();
-            std::exit(3);
-        },
-        testing::ExitedWithCode(0), "");
 }
 
 TEST(Handlers, VirtualSlotsFollowTheDestructorsInOrder) {
