@@ -24,6 +24,12 @@ export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER:-ccache} CMAKE_CXX_
 sync_tree() {
     mkdir -p "$scratch"
     tar -C "$repo" --exclude=./build --exclude=./.git -cf - . | tar -C "$scratch" -xf -
+    # A run that was interrupted left a mutated file behind: the copy above put
+    # back its older time stamp, so mark it changed for the build.
+    find "$scratch" -name '*.mutate-original' -print0 | while IFS= read -r -d '' saved; do
+        rm -f "$saved"
+        touch "${saved%.mutate-original}"
+    done
 }
 
 # Exit status 0 when the line is one of the selected mutants.

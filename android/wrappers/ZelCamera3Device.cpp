@@ -14,7 +14,13 @@ template class PImpl<camera3_device, camera3_device>;
 
 ZEL_SLOT_ACCESSORS(ZelCamera3CallbackOps, ProcessCaptureResult, ProcessCaptureResultFn, process_capture_result)
 ZEL_SLOT_ACCESSORS(ZelCamera3CallbackOps, Notify, NotifyFn, notify)
-ZEL_SLOT_ACCESSORS(ZelCamera3CallbackOps, RequestStreamBuffers, RequestStreamBuffersFn, request_stream_buffers)
+// The platform's slot returns an enum of int size; the core's function type returns an int.
+auto ZelCamera3CallbackOps::GetFnRequestStreamBuffers() const -> RequestStreamBuffersFn {
+    return reinterpret_cast<RequestStreamBuffersFn>(m_record->request_stream_buffers);
+}
+void ZelCamera3CallbackOps::SetFnRequestStreamBuffers(RequestStreamBuffersFn fn) {
+    m_record->request_stream_buffers = reinterpret_cast<decltype(m_record->request_stream_buffers)>(fn);
+}
 ZEL_SLOT_ACCESSORS(ZelCamera3CallbackOps, ReturnStreamBuffers, ReturnStreamBuffersFn, return_stream_buffers)
 
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, Initialize, InitializeFn, initialize)

@@ -1,5 +1,7 @@
 #include <android/wrappers/ZelCamera3Request.h>
 
+#include <cstring>
+
 #include <android/wrappers/internal/Accessors.h>
 #include <android/wrappers/internal/PImplImpl.h>
 #include <android/wrappers/internal/RequestRecords.h>
@@ -57,7 +59,14 @@ ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferSet, NumBuffers, unsigned int, num_buf
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferSet, Buffers, const native_handle***, buffers)
 
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, Stream, camera3_stream*, stream)
-ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, Status, int, status)
+// The platform declares the status as an enum of int size; the core sees an
+// int, any int, so the field is read and written as its bytes, not as the enum.
+int ZelCamera3StreamBufferRet::GetStatus() const {
+    int value;
+    std::memcpy(&value, &m_record->status, sizeof value);
+    return value;
+}
+void ZelCamera3StreamBufferRet::SetStatus(int value) { std::memcpy(&m_record->status, &value, sizeof value); }
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, NumOutputBuffers, unsigned int, num_output_buffers)
 ZEL_FIELD_ACCESSORS(ZelCamera3StreamBufferRet, OutputBuffers, camera3_stream_buffer*, output_buffers)
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -99,7 +100,7 @@ TEST_F(BufferHandlerTest, Nv21RoundTrip) {
     void* vaddr = nullptr;
     int bytesPerPixel = 0, bytesPerStride = 0;
     ASSERT_EQ(m_handler->Lock(handle, kCpuUsage, ZelRect{0, 0, 640, 480}, &vaddr, &bytesPerPixel, &bytesPerStride), 0);
-    EXPECT_EQ(bytesPerPixel, 1);
+    EXPECT_EQ(bytesPerPixel, -1) << "luma and chroma samples differ in size";
     EXPECT_EQ(bytesPerStride, static_cast<int>(stride));
     const auto* bytes = static_cast<const std::uint8_t*>(vaddr);
     EXPECT_EQ(bytes[479 * stride + 200], 200);
@@ -115,7 +116,7 @@ TEST_F(BufferHandlerTest, Nv21RoundTrip) {
 TEST_F(BufferHandlerTest, AllocatePassesEveryArgumentInOrder) {
     const native_handle* handle = nullptr;
     unsigned int stride = 0;
-    const unsigned long long usage = kCameraUsage | (1ull << 40);  // wider than Lock's 32-bit usage
+    const unsigned long long usage = kCameraUsage | (1ull << 48);  // wider than Lock's 32-bit usage
     ASSERT_EQ(m_handler->Allocate(48, 24, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 3, usage, &handle, &stride, "order"), 0);
     ZelNativeHandleRo view(handle);
     EXPECT_EQ(view.GetInt(control::kHandleIntWidth), 48);
@@ -123,8 +124,28 @@ TEST_F(BufferHandlerTest, AllocatePassesEveryArgumentInOrder) {
     EXPECT_EQ(view.GetInt(control::kHandleIntFormat), GET_HAL_PIXEL_FORMAT_RGBA_8888());
     EXPECT_EQ(view.GetInt(control::kHandleIntLayerCount), 3);
     EXPECT_EQ(static_cast<unsigned int>(view.GetInt(control::kHandleIntUsageLow)), static_cast<unsigned int>(usage));
-    EXPECT_EQ(view.GetInt(control::kHandleIntUsageHigh), 1 << 8);
+    EXPECT_EQ(view.GetInt(control::kHandleIntUsageHigh), 1 << 16);
     EXPECT_EQ(static_cast<int>(stride), view.GetInt(control::kHandleIntStride));
+    EXPECT_EQ(m_handler->Free(handle), 0);
+}
+
+// Both locks hand the mapper the caller's usage and region unchanged.
+TEST_F(BufferHandlerTest, LocksForwardUsageAndRegion) {
+    const native_handle* handle = Allocate(64, 32, GET_HAL_PIXEL_FORMAT_YCRCB_420_SP());
+    auto lastRequest = [] {
+        const control::LockRequest r = control::LastLockRequest();
+        return std::vector<long long>{r.usage, r.left, r.top, r.right, r.bottom};
+    };
+    void* vaddr = nullptr;
+    const unsigned int readOnly = GET_GRALLOC_USAGE_SW_READ_OFTEN();
+    ASSERT_EQ(m_handler->Lock(handle, readOnly, ZelRect{3, 5, 40, 30}, &vaddr, nullptr, nullptr), 0);
+    EXPECT_EQ(lastRequest(), (std::vector<long long>{readOnly, 3, 5, 40, 30}));
+    EXPECT_EQ(m_handler->Unlock(handle), 0);
+    ZelYCbCrLayout layout{};
+    const unsigned int writeOnly = GET_GRALLOC_USAGE_SW_WRITE_OFTEN();
+    ASSERT_EQ(m_handler->LockYCbCr(handle, writeOnly, ZelRect{7, 2, 64, 9}, &layout), 0);
+    EXPECT_EQ(lastRequest(), (std::vector<long long>{writeOnly, 7, 2, 64, 9}));
+    EXPECT_EQ(m_handler->Unlock(handle), 0);
     EXPECT_EQ(m_handler->Free(handle), 0);
 }
 
@@ -166,15 +187,13 @@ TEST_F(BufferHandlerTest, FailedYCbCrLockLeavesLayoutUntouched) {
         EXPECT_TRUE(layout.y == &marker && layout.cb == &marker && layout.cr == &marker) << status;
         EXPECT_TRUE(layout.ystride == 7 && layout.cstride == 7 && layout.chroma_step == 7 && layout.yuvFormat == 77);
     }
-    // Not a platform error, but still a refusal: RGBA has no planes.
-    const native_handle* rgba = Allocate(8, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888());
+    // The mapper's own refusal: a region past the buffer's edge.
     ZelYCbCrLayout layout{};
     layout.yuvFormat = 77;
-    EXPECT_EQ(m_handler->LockYCbCr(rgba, kCpuUsage, ZelRect{0, 0, 8, 8}, &layout), 1);
+    EXPECT_EQ(m_handler->LockYCbCr(handle, kCpuUsage, ZelRect{0, 0, 65, 32}, &layout), 1);
     EXPECT_EQ(layout.yuvFormat, 77);
     EXPECT_EQ(control::LockedBufferCount(), 0);
     EXPECT_EQ(m_handler->Free(handle), 0);
-    EXPECT_EQ(m_handler->Free(rgba), 0);
 }
 
 // A lock that yields no plane is a failure, with the layout filled and the

@@ -17,8 +17,8 @@ foreach(forbidden internal/PImplImpl.h internal/StreamRecords.h internal/ZelLog.
   endif()
 endforeach()
 
-set(configure_args -S ${CONSUMER_DIR} -B ${WORK_DIR}/consumer -DCMAKE_PREFIX_PATH=${prefix}
-                   -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+set(configure_args -S ${CONSUMER_DIR} -B ${WORK_DIR}/consumer -G ${GENERATOR} -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM}
+                   -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
 # A sanitized library needs a sanitized program.
 set(sanitize_flags "")
 if(SANITIZERS)

@@ -5,71 +5,11 @@
 #include <cstdint>
 
 #include <android/wrappers/Records.h>
+#include <hardware/camera3.h>
 
-// The per-frame and per-buffer HAL3 records as the platform lays them out. A
-// buffer handle is `const native_handle*`, so a buffer is a pointer to one. On
-// the 32-bit ARM target the sizes and offsets below are ABI.
-
-struct camera3_stream_buffer {
-    camera3_stream* stream;
-    const native_handle** buffer;
-    int32_t status;
-    int32_t acquire_fence;
-    int32_t release_fence;
-};
-
-struct camera3_capture_request {
-    uint32_t frame_number;
-    const camera_metadata* settings;
-    camera3_stream_buffer* input_buffer;
-    uint32_t num_output_buffers;
-    const camera3_stream_buffer* output_buffers;
-    uint32_t num_physcam_settings;
-    const char** physcam_id;
-    const camera_metadata** physcam_settings;
-};
-
-struct camera3_capture_result {
-    uint32_t frame_number;
-    const camera_metadata* result;
-    uint32_t num_output_buffers;
-    const camera3_stream_buffer* output_buffers;
-    const camera3_stream_buffer* input_buffer;
-    uint32_t partial_result;
-    uint32_t num_physcam_metadata;
-    const char** physcam_ids;
-    const camera_metadata** physcam_metadata;
-};
-
-struct camera3_stream_buffer_set {
-    camera3_stream* stream;
-    uint32_t num_buffers;
-    const native_handle*** buffers;
-};
-
-struct camera3_stream_buffer_ret {
-    camera3_stream* stream;
-    int32_t status;
-    uint32_t num_output_buffers;
-    camera3_stream_buffer* output_buffers;
-};
-
-struct camera3_buffer_request {
-    camera3_stream* stream;
-    uint32_t num_buffers_requested;
-};
-
-struct camera3_stream_configuration {
-    uint32_t num_streams;
-    camera3_stream** streams;
-    uint32_t operation_mode;
-    const camera_metadata* session_parameters;
-};
-
-struct camera3_jpeg_blob {
-    uint16_t jpeg_blob_id;
-    uint32_t jpeg_size;
-};
+// The per-frame and per-buffer HAL3 records come from the platform's
+// <hardware/camera3.h>. On the 32-bit ARM target their sizes and offsets are
+// the library's ABI: the camera core is compiled against them.
 
 #if defined(__arm__)
 static_assert(sizeof(camera3_stream_buffer) == 20 && offsetof(camera3_stream_buffer, status) == 8 &&

@@ -4,28 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
-// The stream records as this system lays them out: the platform's HAL3 stream
-// fields (usage widened to 64 bits) followed by fields of our own. On the
-// 32-bit ARM target the sizes and offsets below are ABI.
+#include <hardware/camera3.h>
 
-struct camera3_stream {
-    int32_t stream_type;
-    uint32_t width;
-    uint32_t height;
-    int32_t format;
-    uint64_t usage;
-    uint32_t max_buffers;
-    void* priv;
-    int32_t data_space;
-    int32_t rotation;
-    const char* physical_camera_id;
-    int32_t option;
-    uint8_t opaque[16];
-    uint64_t stream_timestamp;
-    uint32_t min_fps;
-    uint32_t max_fps;
-    void* reserved[1];  // reserved[0] holds the attached zelkov::HalStream
-};
+// The library's own stream records: the platform's stream (from
+// <hardware/camera3.h>) extended with a stream id, and the HAL stream
+// attached to it. On the 32-bit ARM target the sizes and offsets below are ABI,
+// the platform's included.
 
 namespace zelkov {
 

@@ -3,7 +3,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 namespace zelkov_platform {
 namespace ui {
@@ -13,12 +15,29 @@ using android::INVALID_OPERATION;
 using android::NO_ERROR;
 using android::NO_MEMORY;
 using android::status_t;
+using android::UNKNOWN_TRANSACTION;
 
 namespace {
 
-// Larger requests are refused as nonsense rather than attempted.
+// Larger requests fail as an allocator out of memory would.
 constexpr uint32_t kMaxDimension = 16384;
 constexpr uint64_t kMaxBufferBytes = 256ull << 20;
+
+// The usage bits a gralloc 5 allocation accepts: the named BufferUsage bits,
+// the vendor masks, and bits 10 and 13, which libui clears first.
+constexpr uint64_t kRemovedUsageBits = (1u << 10) | (1u << 13);
+constexpr uint64_t kValidUsageBits =
+    0xFFull                                                              // CPU read and write
+    | (3u << 8) | (3u << 11) | (3u << 14) | (7u << 16) | (1u << 20)  // GPU, composer, protected, video, camera
+    | (0x3Fu << 22) | (0xFull << 28) | (1ull << 32) | (0xFFFFull << 48)  // decoder .. image encoder, vendor, front
+    | kRemovedUsageBits;
+constexpr uint32_t kCpuReadMask = 0x0F;
+constexpr uint32_t kCpuWriteMask = 0xF0;
+
+[[noreturn]] void Abort(const char* call, const char* rule) {
+    std::fprintf(stderr, "libui: %s: %s\n", call, rule);
+    std::abort();
+}
 
 native_handle_t* NewHandle(int fd) {
     const int numInts = kHandleIntCount;
@@ -46,7 +65,9 @@ bool BufferStore::TakeFailure(Call call, status_t* status) {
     return true;
 }
 
-BufferStore::Buffer* BufferStore::Find(buffer_handle_t handle) {
+BufferStore::Buffer* BufferStore::Find(buffer_handle_t handle, const char* call) {
+    if (handle == nullptr) Abort(call, "null buffer handle (the mapper dereferences it)");
+    if (m_freed.count(handle) != 0) Abort(call, "buffer handle already freed (the mapper reads freed memory)");
     auto it = m_buffers.find(handle);
     return it == m_buffers.end() ? nullptr : &it->second;
 }
@@ -56,14 +77,23 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;
     if (TakeFailure(Call::kAllocate, &status)) return status;
-    if (outHandle == nullptr || outStride == nullptr) return BAD_VALUE;
+    if (outHandle == nullptr || outStride == nullptr) {
+        Abort("GraphicBufferAllocator::allocate", "null handle or stride pointer (the allocator writes through both)");
+    }
+    // libui's own corrections, before the allocator sees the request.
+    if (width == 0 || height == 0) width = height = 1;
+    if (std::numeric_limits<uint32_t>::max() / width / height < android::bytesPerPixel(format)) {
+        return BAD_VALUE;  // the device's 32-bit size_t cannot hold the size
+    }
+    if (layerCount == 0) layerCount = 1;
+    usage &= ~kRemovedUsageBits;
+    // Every refusal of the allocator reaches the caller as NO_MEMORY.
     const FormatLayout* layout = FindFormatLayout(format);
-    if (layout == nullptr) return BAD_VALUE;
-    if (width == 0 || height == 0 || layerCount == 0) return BAD_VALUE;
-    if (width > kMaxDimension || height > kMaxDimension || layerCount > kMaxDimension) return BAD_VALUE;
+    if (layout == nullptr || (usage & ~kValidUsageBits) != 0) return NO_MEMORY;
+    if (width > kMaxDimension || height > kMaxDimension || layerCount > kMaxDimension) return NO_MEMORY;
     const uint64_t stride = (uint64_t{width} + layout->strideAlign - 1) / layout->strideAlign * layout->strideAlign;
     const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;  // cannot overflow 64 bits here
-    if (byteSize > kMaxBufferBytes) return BAD_VALUE;
+    if (byteSize > kMaxBufferBytes) return NO_MEMORY;
 
     const int fd = memfd_create("zelkov-gralloc", MFD_CLOEXEC);
     if (fd < 0) return NO_MEMORY;
@@ -83,7 +113,9 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     ints[kHandleIntLayerCount] = static_cast<int>(layerCount);
     ints[kHandleIntByteSize] = static_cast<int>(byteSize);
 
-    m_buffers[handle] = Buffer{handle, layout, width, height, static_cast<uint32_t>(stride), byteSize, nullptr};
+    m_buffers[handle] =
+        Buffer{handle, layout, width, height, static_cast<uint32_t>(stride), byteSize, usage, 0, nullptr};
+    m_freed.erase(handle);
     *outHandle = handle;
     *outStride = static_cast<uint32_t>(stride);
     return NO_ERROR;
@@ -93,54 +125,74 @@ status_t BufferStore::Free(buffer_handle_t handle) {
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;
     if (TakeFailure(Call::kFree, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr) return BAD_VALUE;
-    // Freeing a locked buffer also drops its mapping, as a real gralloc does.
+    const char* call = "GraphicBufferAllocator::free";
+    Buffer* buffer = Find(handle, call);
+    if (buffer == nullptr) Abort(call, "handle never allocated (the mapper frees what it points to)");
+    // Freeing a locked buffer also drops its mapping, as a real mapper does.
     if (buffer->mapping != nullptr) munmap(buffer->mapping, buffer->byteSize);
     close(buffer->handle->data[0]);
     std::free(buffer->handle);
     m_buffers.erase(handle);
+    m_freed.insert(handle);
     return NO_ERROR;
 }
 
-status_t BufferStore::MapForLock(Buffer& buffer, const android::Rect& bounds) {
-    if (buffer.mapping != nullptr) return INVALID_OPERATION;  // one lock at a time
-    if (!bounds.isValid() || bounds.left < 0 || bounds.top < 0 || static_cast<uint32_t>(bounds.right) > buffer.width ||
-        static_cast<uint32_t>(bounds.bottom) > buffer.height) {
-        return BAD_VALUE;
+// The platform passes the mapper's refusal (BAD_BUFFER, BAD_VALUE) through a
+// conversion that turns any mapper error into INVALID_OPERATION.
+status_t BufferStore::MapForLock(Buffer* buffer, uint32_t usage, const android::Rect& bounds) {
+    if (buffer == nullptr) return INVALID_OPERATION;  // never allocated: BAD_BUFFER
+    // The mapper refuses a lock without CPU access, or for CPU access the
+    // buffer was not allocated for.
+    const bool readRefused = (usage & kCpuReadMask) != 0 && (buffer->usage & kCpuReadMask) == 0;
+    const bool writeRefused = (usage & kCpuWriteMask) != 0 && (buffer->usage & kCpuWriteMask) == 0;
+    if ((usage & (kCpuReadMask | kCpuWriteMask)) == 0 || readRefused || writeRefused) return INVALID_OPERATION;
+    // An all-zero region means the whole buffer; any other must lie inside it.
+    const bool whole = bounds.left == 0 && bounds.top == 0 && bounds.right == 0 && bounds.bottom == 0;
+    if (!whole && (!bounds.isValid() || bounds.left < 0 || bounds.top < 0 ||
+                   static_cast<uint32_t>(bounds.right) > buffer->width ||
+                   static_cast<uint32_t>(bounds.bottom) > buffer->height)) {
+        return INVALID_OPERATION;
     }
-    void* mapping = mmap(nullptr, buffer.byteSize, PROT_READ | PROT_WRITE, MAP_SHARED, buffer.handle->data[0], 0);
-    if (mapping == MAP_FAILED) return NO_MEMORY;
-    buffer.mapping = static_cast<uint8_t*>(mapping);
+    if (buffer->mapping == nullptr) {
+        void* mapping = mmap(nullptr, buffer->byteSize, PROT_READ | PROT_WRITE, MAP_SHARED, buffer->handle->data[0], 0);
+        if (mapping == MAP_FAILED) return NO_MEMORY;
+        buffer->mapping = static_cast<uint8_t*>(mapping);
+    }
+    ++buffer->lockCount;
     return NO_ERROR;
 }
 
-status_t BufferStore::Lock(buffer_handle_t handle, const android::Rect& bounds, void** vaddr,
+status_t BufferStore::Lock(buffer_handle_t handle, uint32_t usage, const android::Rect& bounds, void** vaddr,
                            int32_t* outBytesPerPixel, int32_t* outBytesPerStride) {
     std::lock_guard<std::mutex> guard(m_lock);
+    m_lastLock = LockRequest{usage, bounds.left, bounds.top, bounds.right, bounds.bottom};
     status_t status;
     if (TakeFailure(Call::kLock, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr || vaddr == nullptr) return BAD_VALUE;
-    status = MapForLock(*buffer, bounds);
+    const char* call = "GraphicBufferMapper::lock";
+    Buffer* buffer = Find(handle, call);
+    if (vaddr == nullptr) Abort(call, "null vaddr (libui writes the address through it)");
+    status = MapForLock(buffer, usage, bounds);
     if (status != NO_ERROR) return status;
     // The address is the buffer's start, whatever the bounds; they only say
     // which pixels the caller means to touch.
     *vaddr = buffer->mapping;
-    const int32_t bytesPerPixel = static_cast<int32_t>(buffer->layout->bytesPerSample);
+    int32_t bytesPerPixel, bytesPerStride;
+    LockedSizes(*buffer->layout, buffer->stride, &bytesPerPixel, &bytesPerStride);
     if (outBytesPerPixel != nullptr) *outBytesPerPixel = bytesPerPixel;
-    if (outBytesPerStride != nullptr) *outBytesPerStride = static_cast<int32_t>(buffer->stride) * bytesPerPixel;
+    if (outBytesPerStride != nullptr) *outBytesPerStride = bytesPerStride;
     return NO_ERROR;
 }
 
-status_t BufferStore::LockYCbCr(buffer_handle_t handle, const android::Rect& bounds, android_ycbcr* ycbcr) {
+status_t BufferStore::LockYCbCr(buffer_handle_t handle, uint32_t usage, const android::Rect& bounds,
+                                android_ycbcr* ycbcr) {
     std::lock_guard<std::mutex> guard(m_lock);
+    m_lastLock = LockRequest{usage, bounds.left, bounds.top, bounds.right, bounds.bottom};
     status_t status;
     if (TakeFailure(Call::kLockYCbCr, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr || ycbcr == nullptr) return BAD_VALUE;
-    if (buffer->layout->kind == PlaneKind::kFlat) return BAD_VALUE;  // no planes to describe
-    status = MapForLock(*buffer, bounds);
+    const char* call = "GraphicBufferMapper::lockYCbCr";
+    Buffer* buffer = Find(handle, call);
+    if (ycbcr == nullptr) Abort(call, "null android_ycbcr (libui writes the planes through it)");
+    status = MapForLock(buffer, usage, bounds);
     if (status != NO_ERROR) return status;
     if (m_silentYCbCrLock) return NO_ERROR;
     FillPlanes(*buffer->layout, buffer->mapping, buffer->stride, buffer->height, ycbcr);
@@ -148,35 +200,34 @@ status_t BufferStore::LockYCbCr(buffer_handle_t handle, const android::Rect& bou
     return NO_ERROR;
 }
 
+// The platform's unlock reports success whatever the mapper says; a camera
+// core that unlocks a buffer it has not locked learns of it here only.
 status_t BufferStore::Unlock(buffer_handle_t handle) {
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;
     if (TakeFailure(Call::kUnlock, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr) return BAD_VALUE;
-    if (buffer->mapping == nullptr) return INVALID_OPERATION;  // not locked
-    munmap(buffer->mapping, buffer->byteSize);
-    buffer->mapping = nullptr;
+    const char* call = "GraphicBufferMapper::unlock";
+    Buffer* buffer = Find(handle, call);
+    if (buffer == nullptr || buffer->lockCount == 0) {
+        Abort(call, "buffer not locked (the mapper refuses it and libui reports success)");
+    }
+    if (--buffer->lockCount == 0) {
+        munmap(buffer->mapping, buffer->byteSize);
+        buffer->mapping = nullptr;
+    }
     return NO_ERROR;
 }
 
-status_t BufferStore::GetWidth(buffer_handle_t handle, uint64_t* outWidth) {
+status_t BufferStore::GetDimension(Call call, buffer_handle_t handle, uint64_t* out) {
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;
-    if (TakeFailure(Call::kGetWidth, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr || outWidth == nullptr) return BAD_VALUE;
-    *outWidth = buffer->width;
-    return NO_ERROR;
-}
-
-status_t BufferStore::GetHeight(buffer_handle_t handle, uint64_t* outHeight) {
-    std::lock_guard<std::mutex> guard(m_lock);
-    status_t status;
-    if (TakeFailure(Call::kGetHeight, &status)) return status;
-    Buffer* buffer = Find(handle);
-    if (buffer == nullptr || outHeight == nullptr) return BAD_VALUE;
-    *outHeight = buffer->height;
+    if (TakeFailure(call, &status)) return status;
+    const char* name = call == Call::kGetWidth ? "GraphicBufferMapper::getWidth" : "GraphicBufferMapper::getHeight";
+    if (out == nullptr) Abort(name, "null out-pointer (the answer is written through it)");
+    // An unknown handle, null included, has no metadata to read.
+    Buffer* buffer = handle == nullptr ? nullptr : Find(handle, name);
+    if (buffer == nullptr) return UNKNOWN_TRANSACTION;
+    *out = call == Call::kGetWidth ? buffer->width : buffer->height;
     return NO_ERROR;
 }
 
@@ -210,8 +261,13 @@ int BufferStore::LiveBufferCount() {
 int BufferStore::LockedBufferCount() {
     std::lock_guard<std::mutex> guard(m_lock);
     int locked = 0;
-    for (const auto& entry : m_buffers) locked += entry.second.mapping != nullptr ? 1 : 0;
+    for (const auto& entry : m_buffers) locked += entry.second.lockCount > 0 ? 1 : 0;
     return locked;
+}
+
+LockRequest BufferStore::LastLockRequest() {
+    std::lock_guard<std::mutex> guard(m_lock);
+    return m_lastLock;
 }
 
 }  // namespace ui

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <mutex>
+#include <set>
 
 #include <cutils/native_handle.h>
 #include <system/graphics.h>
@@ -19,7 +20,9 @@ namespace zelkov_platform {
 namespace ui {
 
 // Every buffer of the process, shared by the mapper and the allocator. A
-// buffer is a memfd of its byte size; it is mapped only while locked.
+// buffer is a memfd of its byte size; it is mapped only while locked. Results
+// are those of the platform's libui over a gralloc 5 mapper; misuse that the
+// device answers with a crash or a read of freed memory aborts.
 class BufferStore {
 public:
     static BufferStore& Instance();
@@ -28,13 +31,14 @@ public:
                                uint64_t usage, buffer_handle_t* outHandle, uint32_t* outStride);
     android::status_t Free(buffer_handle_t handle);
 
-    android::status_t Lock(buffer_handle_t handle, const android::Rect& bounds, void** vaddr,
+    android::status_t Lock(buffer_handle_t handle, uint32_t usage, const android::Rect& bounds, void** vaddr,
                            int32_t* outBytesPerPixel, int32_t* outBytesPerStride);
-    android::status_t LockYCbCr(buffer_handle_t handle, const android::Rect& bounds, android_ycbcr* ycbcr);
+    android::status_t LockYCbCr(buffer_handle_t handle, uint32_t usage, const android::Rect& bounds,
+                                android_ycbcr* ycbcr);
     android::status_t Unlock(buffer_handle_t handle);
 
-    android::status_t GetWidth(buffer_handle_t handle, uint64_t* outWidth);
-    android::status_t GetHeight(buffer_handle_t handle, uint64_t* outHeight);
+    // getWidth and getHeight, by `call`.
+    android::status_t GetDimension(Call call, buffer_handle_t handle, uint64_t* out);
 
     void FailNextCall(Call call, int status);
     void SetEmptyYCbCrPlanes(bool empty);
@@ -42,6 +46,7 @@ public:
     void ResetControls();
     int LiveBufferCount();
     int LockedBufferCount();
+    LockRequest LastLockRequest();
 
 private:
     struct Buffer {
@@ -51,16 +56,23 @@ private:
         uint32_t height;
         uint32_t stride;
         uint64_t byteSize;
+        uint64_t usage;
+        int lockCount;     // locks nest, as in the platform's mappers
         uint8_t* mapping;  // non-null while locked
     };
 
     // Under m_lock: consumes a forced failure of `call`, if one is pending.
     bool TakeFailure(Call call, android::status_t* status);
-    Buffer* Find(buffer_handle_t handle);
-    android::status_t MapForLock(Buffer& buffer, const android::Rect& bounds);
+    // The buffer of a handle given to the mapper, null when it was never
+    // allocated; a null or freed handle aborts, naming `call`.
+    Buffer* Find(buffer_handle_t handle, const char* call);
+    // The mapper's lock: the status the platform's libui reports for it.
+    android::status_t MapForLock(Buffer* buffer, uint32_t usage, const android::Rect& bounds);
 
     std::mutex m_lock;
     std::map<buffer_handle_t, Buffer> m_buffers;
+    std::set<buffer_handle_t> m_freed;  // until the address is handed out again
+    LockRequest m_lastLock{};
     std::map<Call, int> m_failures;
     bool m_emptyPlanes = false;
     bool m_silentYCbCrLock = false;

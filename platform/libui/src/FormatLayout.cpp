@@ -66,43 +66,53 @@ uint64_t LayerBytes(const FormatLayout& layout, uint64_t stride, uint64_t height
     }
 }
 
-bool FillPlanes(const FormatLayout& layout, uint8_t* base, uint32_t stride, uint32_t height, android_ycbcr* ycbcr) {
+void FillPlanes(const FormatLayout& layout, uint8_t* base, uint32_t stride, uint32_t height, android_ycbcr* ycbcr) {
     const size_t ystride = static_cast<size_t>(stride) * layout.bytesPerSample;
     uint8_t* const chroma = base + ystride * height;
     std::memset(ycbcr, 0, sizeof(*ycbcr));
+    if (layout.kind == PlaneKind::kFlat) return;
     ycbcr->y = base;
     ycbcr->ystride = ystride;
     switch (layout.kind) {
         case PlaneKind::kFlat:
-            return false;
         case PlaneKind::kLumaOnly:
-            return true;
+            break;
         case PlaneKind::kSemiPlanarCbCr:
             ycbcr->cb = chroma;
             ycbcr->cr = chroma + layout.bytesPerSample;
             ycbcr->cstride = ystride;
             ycbcr->chroma_step = 2 * layout.bytesPerSample;
-            return true;
+            break;
         case PlaneKind::kSemiPlanarCrCb:
             ycbcr->cr = chroma;
             ycbcr->cb = chroma + layout.bytesPerSample;
             ycbcr->cstride = ystride;
             ycbcr->chroma_step = 2 * layout.bytesPerSample;
-            return true;
+            break;
         case PlaneKind::kPlanarCrCb:
             ycbcr->cstride = PlanarChromaStride(stride);
             ycbcr->cr = chroma;
             ycbcr->cb = chroma + ycbcr->cstride * ChromaRows(layout, height);
             ycbcr->chroma_step = 1;
-            return true;
+            break;
         case PlaneKind::kPackedYuyv:
             ycbcr->cb = base + 1;
             ycbcr->cr = base + 3;
             ycbcr->cstride = ystride;
             ycbcr->chroma_step = 4;
-            return true;
+            break;
     }
-    return false;
+}
+
+void LockedSizes(const FormatLayout& layout, uint32_t stride, int32_t* bytesPerPixel, int32_t* bytesPerStride) {
+    const int32_t sample = static_cast<int32_t>(layout.bytesPerSample);
+    const int32_t ystride = static_cast<int32_t>(stride) * sample;
+    *bytesPerPixel = sample;
+    *bytesPerStride = ystride;
+    // Interleaved chroma samples are twice as wide as luma ones; planar chroma
+    // rows are narrower than luma rows.
+    if (layout.kind == PlaneKind::kSemiPlanarCbCr || layout.kind == PlaneKind::kSemiPlanarCrCb) *bytesPerPixel = -1;
+    if (layout.kind == PlaneKind::kPlanarCrCb) *bytesPerStride = -1;
 }
 
 }  // namespace ui

@@ -32,9 +32,14 @@ const FormatLayout* FindFormatLayout(android::PixelFormat format);
 // Bytes one layer of a `stride` by `height` buffer takes.
 uint64_t LayerBytes(const FormatLayout& layout, uint64_t stride, uint64_t height);
 
-// Fills the plane pointers and steps of a buffer mapped at `base`; false for
-// formats without luma and chroma planes.
-bool FillPlanes(const FormatLayout& layout, uint8_t* base, uint32_t stride, uint32_t height, android_ycbcr* ycbcr);
+// Fills the plane pointers and steps of a buffer mapped at `base`. Formats
+// without luma and chroma planes (RGB, BLOB, RAW) get null planes and zero
+// steps, as the platform's mapper skips planes of other components.
+void FillPlanes(const FormatLayout& layout, uint8_t* base, uint32_t stride, uint32_t height, android_ycbcr* ycbcr);
+
+// What lock reports per pixel and per row, by the platform's rule over the
+// planes: a figure is -1 when the planes disagree on it.
+void LockedSizes(const FormatLayout& layout, uint32_t stride, int32_t* bytesPerPixel, int32_t* bytesPerStride);
 
 }  // namespace ui
 }  // namespace zelkov_platform

@@ -11,6 +11,7 @@ void SetSilentYCbCrLock(bool silent) { BufferStore::Instance().SetSilentYCbCrLoc
 void ResetControls() { BufferStore::Instance().ResetControls(); }
 int LiveBufferCount() { return BufferStore::Instance().LiveBufferCount(); }
 int LockedBufferCount() { return BufferStore::Instance().LockedBufferCount(); }
+LockRequest LastLockRequest() { return BufferStore::Instance().LastLockRequest(); }
 
 }  // namespace ui
 }  // namespace zelkov_platform

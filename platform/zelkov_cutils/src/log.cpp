@@ -46,6 +46,11 @@ extern "C" int __zelkov_log_status(void) {
 }
 
 extern "C" int __zelkov_log_print(_zel_debug_level level, const char* tag, const char* format, ...) {
+    // glibc formats a null format as an error; the device's C library reads it.
+    if (format == nullptr) {
+        std::fputs("zelkov_cutils: __zelkov_log_print: null format (the device's vsnprintf dereferences it)\n", stderr);
+        std::abort();
+    }
     char message[1024];
     va_list args;
     va_start(args, format);

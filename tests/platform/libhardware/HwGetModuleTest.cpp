@@ -1,91 +1,77 @@
-// hw_get_module: search path, variants, id check and unloading of rejected
-// libraries, with the sample camera module from the build tree.
+// hw_get_module as the platform's hardware.c behaves: variant order, search
+// path order, the record and id checks, *module on failure, and aborts on
+// null input.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include <android/wrappers/internal/ModuleRecords.h>
 #include <hardware/hardware.h>
 #include <zelkov_platform/hardware_control.h>
 
 namespace {
 
-// Restores the default search path and variant after each test.
-class HwGetModuleTest : public testing::Test {
-protected:
-    void TearDown() override {
-        zelkov_hardware_set_search_path(nullptr);
-        zelkov_hardware_set_variant(nullptr);
-        unsetenv("ZELKOV_HW_MODULE_PATH");
+const std::string kDir = TEST_MODULE_DIR;
+const std::string kDirB = kDir + "_b";
+
+TEST(HwGetModuleTest, FindsLoadsOrRefusesAsThePlatform) {
+    using Properties = std::vector<std::pair<const char*, const char*>>;
+    struct Case {
+        const char* what;
+        std::string path;
+        Properties properties;
+        const char* id;
+        const char* inst;
+        int status;
+        const char* name;  // of the module found
+    };
+    const std::string both = kDir + ":" + kDirB;
+    const std::string reversed = kDirB + ":" + kDir;
+    const char* board = "ro.product.board";
+    const char* own = "ro.hardware.camera";
+    const Case cases[] = {
+        {"default variant", both, {}, "camera", nullptr, 0, "default"},
+        {"directories in order", reversed, {}, "camera", nullptr, 0, "second directory"},
+        {"a variant in any directory first", reversed, {{board, "board"}}, "camera", nullptr, 0, "board"},
+        {"the module's own property first", both, {{board, "bad"}, {own, "board"}}, "camera", nullptr, 0, "board"},
+        {"instance appended to the class", both, {}, "camera", "front", 0, "front"},
+        {"record of another id", both, {}, "radio", nullptr, -EINVAL, nullptr},
+        {"no record", both, {}, "nohmi", nullptr, -EINVAL, nullptr},
+        {"failed variant: no fallback", both, {{board, "bad"}}, "camera", nullptr, -EINVAL, nullptr},
+        {"no file", both, {}, "absent", nullptr, -ENOENT, nullptr},
+        {"a file outside the directory", kDir, {}, "../modules_b/camera", nullptr, -ENOENT, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        zelkov_hardware_set_search_path(c.path.c_str());
+        for (const auto& property : c.properties) zelkov_hardware_set_property(property.first, property.second);
+        const hw_module_t* untouched = reinterpret_cast<const hw_module_t*>(0x5a5a);
+        const hw_module_t* module = untouched;
+        ASSERT_EQ(hw_get_module_by_class(c.id, c.inst, &module), c.status);
+        if (c.status == 0) {
+            EXPECT_STREQ(module->name, c.name);
+            EXPECT_EQ(dlsym(module->dso, HAL_MODULE_INFO_SYM_AS_STR), module);
+        } else {
+            // A file found and refused nulls the output; no file leaves it.
+            EXPECT_EQ(module, c.status == -ENOENT ? untouched : nullptr);
+        }
+        for (const auto& property : c.properties) zelkov_hardware_set_property(property.first, nullptr);
     }
-    static std::string Both() { return std::string(TEST_MODULE_DIR) + ":" + zelkov_hardware_default_search_path(); }
-    static bool IsLoaded(const std::string& path) {
-        void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-        if (handle != nullptr) dlclose(handle);
-        return handle != nullptr;
-    }
-};
-
-TEST_F(HwGetModuleTest, FindsTheSampleCameraModuleInTheBuildTree) {
-    const hw_module_t* module = nullptr;
-    ASSERT_EQ(hw_get_module("camera", &module), 0);
-    ASSERT_NE(module, nullptr);
-    EXPECT_STREQ(module->id, "camera");
-    EXPECT_STREQ(module->name, "Zelkov sample camera module");
-    EXPECT_EQ(module->tag, uint32_t(HARDWARE_MODULE_TAG));
-    EXPECT_NE(module->dso, nullptr);
-    EXPECT_EQ(dlsym(module->dso, HAL_MODULE_INFO_SYM_AS_STR), module);
-    // The camera table, the unknown-id result and the untouched output are
-    // checked through IZelHardwareHandler in tests/misc.
-    camera_info info{};
-    ASSERT_EQ(reinterpret_cast<const camera_module*>(module)->get_camera_info(1, &info), 0);
-    EXPECT_EQ(info.facing, 1);
-}
-
-TEST_F(HwGetModuleTest, MismatchedOrMissingRecordGivesEINVALAndUnloads) {
-    zelkov_hardware_set_search_path(TEST_MODULE_DIR);
-    const hw_module_t* module = nullptr;
-    EXPECT_EQ(hw_get_module("radio", &module), -EINVAL);
-    EXPECT_EQ(hw_get_module("nohmi", &module), -EINVAL);
-    EXPECT_EQ(module, nullptr);
-    EXPECT_FALSE(IsLoaded(std::string(TEST_MODULE_DIR) + "/radio.default.so"));
-    EXPECT_FALSE(IsLoaded(std::string(TEST_MODULE_DIR) + "/nohmi.default.so"));
-}
-
-TEST_F(HwGetModuleTest, SearchPathAndVariantChooseTheFile) {
-    const hw_module_t* module = nullptr;
-    // Not in the test directory alone (it has no camera.default.so).
-    zelkov_hardware_set_search_path(TEST_MODULE_DIR);
-    EXPECT_EQ(hw_get_module("camera", &module), -ENOENT);
-
-    // The variant is tried before "default", across every directory.
-    zelkov_hardware_set_search_path(Both().c_str());
-    zelkov_hardware_set_variant("zelkov");
-    ASSERT_EQ(hw_get_module("camera", &module), 0);
-    EXPECT_STREQ(module->name, "zelkov variant");
-    zelkov_hardware_set_variant("other");
-    ASSERT_EQ(hw_get_module("camera", &module), 0);
-    EXPECT_STREQ(module->name, "Zelkov sample camera module");
-
-    // The environment variable counts only while no path is set.
     zelkov_hardware_set_search_path(nullptr);
-    zelkov_hardware_set_variant("zelkov");
-    setenv("ZELKOV_HW_MODULE_PATH", TEST_MODULE_DIR, 1);
-    EXPECT_STREQ(zelkov_hardware_search_path(), TEST_MODULE_DIR);
-    ASSERT_EQ(hw_get_module("camera", &module), 0);
-    EXPECT_STREQ(module->name, "zelkov variant");
+    // A refused library is unloaded again.
+    void* radio = dlopen((kDir + "/radio.default.so").c_str(), RTLD_NOW | RTLD_NOLOAD);
+    EXPECT_EQ(radio, nullptr);
 }
 
-TEST_F(HwGetModuleTest, ByClassAppendsTheInstance) {
-    zelkov_hardware_set_search_path(Both().c_str());
+TEST(HwGetModuleDeathTest, MisuseTheDeviceCrashesOnAborts) {
     const hw_module_t* module = nullptr;
-    // "camera" + "zelkov" is "camera.zelkov", of which there is no file.
-    EXPECT_EQ(hw_get_module_by_class("camera", "zelkov", &module), -ENOENT);
-    EXPECT_EQ(hw_get_module_by_class(nullptr, nullptr, &module), -EINVAL);
+    EXPECT_DEATH(hw_get_module(nullptr, &module), "^libhardware: hw_get_module: null module id");
+    EXPECT_DEATH(hw_get_module_by_class("camera", nullptr, nullptr),
+                 "^libhardware: hw_get_module_by_class: null module pointer");
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 
 // Control of the host libhardware: where hw_get_module looks for modules.
 //
-// hw_get_module(id) tries "<dir>/<id>.<variant>.so" for each directory of the
-// search path (colon-separated) and each variant: the one set here (or in
-// ZELKOV_HW_VARIANT), then "default". The search path is the one set here,
-// else the ZELKOV_HW_MODULE_PATH environment variable, else the build tree's
-// module directory, where the sample camera module "camera.default.so" lives.
+// hw_get_module_by_class(class, inst) looks for "<name>.<variant>.so", name
+// being "<class>.<inst>" or "<class>", in each directory of the search path
+// (colon-separated, in order) for each variant in turn: the values of the
+// properties "ro.hardware.<name>", "ro.hardware", "ro.product.board",
+// "ro.board.platform" and "ro.arch" that are set, then "default". The search
+// path is the one set here, else the ZELKOV_HW_MODULE_PATH environment
+// variable, else the build tree's module directory.
 
 #ifdef __cplusplus
 extern "C" {
@@ -17,9 +19,10 @@ extern "C" {
 void zelkov_hardware_set_search_path(const char* path);
 const char* zelkov_hardware_search_path(void);
 
-void zelkov_hardware_set_variant(const char* variant);
+// Sets one of the system properties above; a null or empty value unsets it.
+void zelkov_hardware_set_property(const char* key, const char* value);
 
-// The directory the sample module was built into.
+// The build tree's module directory.
 const char* zelkov_hardware_default_search_path(void);
 
 #ifdef __cplusplus

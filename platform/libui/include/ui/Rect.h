@@ -9,14 +9,19 @@ namespace android {
 // bottom, each a signed 32-bit integer; right and bottom are exclusive.
 class Rect {
 public:
+    static const Rect INVALID_RECT;  // (0, 0, -1, -1)
+    static const Rect EMPTY_RECT;    // (0, 0, 0, 0)
+
     int32_t left;
     int32_t top;
     int32_t right;
     int32_t bottom;
 
-    Rect() : left(0), top(0), right(0), bottom(0) {}
-    Rect(int32_t w, int32_t h) : left(0), top(0), right(w), bottom(h) {}
-    Rect(int32_t l, int32_t t, int32_t r, int32_t b) : left(l), top(t), right(r), bottom(b) {}
+    // As on the platform, a default rectangle is invalid, not empty.
+    Rect() : Rect(INVALID_RECT) {}
+    // constexpr: the two constants above are set before any dynamic initialisation.
+    constexpr Rect(int32_t w, int32_t h) : left(0), top(0), right(w), bottom(h) {}
+    constexpr Rect(int32_t l, int32_t t, int32_t r, int32_t b) : left(l), top(t), right(r), bottom(b) {}
 
     int32_t getWidth() const { return right - left; }
     int32_t getHeight() const { return bottom - top; }

@@ -1,8 +1,9 @@
 #ifndef ZELKOV_PLATFORM_UI_CONTROL_H
 #define ZELKOV_PLATFORM_UI_CONTROL_H
 
-// Test control of the libui stand-in: forced failures, empty YCbCr planes, and
-// counts of live and locked buffers. Controls are process-wide and thread-safe.
+// Test control of the libui stand-in: forced failures, empty YCbCr planes, the
+// last lock request, and counts of live and locked buffers. Controls are
+// process-wide and thread-safe.
 
 namespace zelkov_platform {
 namespace ui {
@@ -10,7 +11,8 @@ namespace ui {
 enum class Call { kAllocate, kFree, kLock, kLockYCbCr, kUnlock, kGetWidth, kGetHeight };
 
 // The next `call` returns `status` (non-zero) without doing anything or
-// writing any out-parameter; later calls behave normally again.
+// writing any out-parameter; later calls behave normally again. Unlock and
+// free of the platform never fail: this stands for a vendor libui that does.
 void FailNextCall(Call call, int status);
 
 // While set, lockYCbCr locks as usual and fills strides and chroma step, but
@@ -27,6 +29,13 @@ void ResetControls();
 // Buffers allocated and not freed, and how many of them are locked.
 int LiveBufferCount();
 int LockedBufferCount();
+
+// What the last lock or lockYCbCr call asked the mapper for, whatever its outcome.
+struct LockRequest {
+    unsigned int usage;
+    int left, top, right, bottom;
+};
+LockRequest LastLockRequest();
 
 // A handle made by allocate carries one file descriptor (the buffer's shared
 // memory) followed by these integers.
