@@ -62,7 +62,10 @@ killed=0 survived=0 errors=0
 while IFS= read -r line || [ -n "$line" ]; do
     [[ -z "${line//[[:space:]]/}" || "$line" =~ ^[[:space:]]*# ]] && continue
     selected "$line" "$@" || continue
-    IFS=$'\t' read -r path fragment replacement fault <<<"$line"
+    # Split at each tab (read would merge the two around an empty replacement).
+    path=${line%%$'\t'*} rest=${line#*$'\t'}
+    fragment=${rest%%$'\t'*} rest=${rest#*$'\t'}
+    replacement=${rest%%$'\t'*} fault=${rest#*$'\t'}
     label="$path: $fault"
     original="$scratch/$path.mutate-original"
     if [ ! -f "$scratch/$path" ]; then
