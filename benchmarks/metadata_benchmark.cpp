@@ -2,12 +2,15 @@
 // (linear before sorting, binary after), add, update with data moved, sort,
 // append, clone and validate. Entries are vendor tags of type int32 with two
 // values each, so every one has data in the data area.
+#include <chrono>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include <android/misc/IZelCameraMetadataHandler.h>
 #include <system/camera_metadata.h>
+
+#include "platform/libcamera_metadata/MetadataTestSupport.h"
 
 using namespace zelkov;
 
@@ -72,6 +75,87 @@ void Find(benchmark::State& state, bool sorted) {
 }
 void BM_FindUnsorted(benchmark::State& state) { Find(state, false); }
 void BM_FindSorted(benchmark::State& state) { Find(state, true); }
+
+// The search find is measured against: the same probes over the raw entries,
+// filling the entry as find does, written here.
+inline int SearchEntries(const camera_metadata_t* metadata, uint32_t tag, camera_metadata_ro_entry_t* entry) {
+    using namespace zelkov_test;
+    const uint8_t* base = reinterpret_cast<const uint8_t*>(metadata);
+    const auto* entries = reinterpret_cast<const RawEntry*>(base + HeaderWordOf(metadata, kEntriesStart));
+    size_t first = 0;
+    for (size_t n = HeaderWordOf(metadata, kEntryCount); n != 0; n >>= 1) {
+        const size_t probe = first + (n >> 1);
+        const RawEntry& found = entries[probe];
+        if (found.tag == tag) {
+            entry->index = probe;
+            entry->tag = found.tag;
+            entry->type = found.type;
+            entry->count = found.count;
+            entry->data.u8 = found.count * camera_metadata_type_size[found.type] > 4
+                                 ? base + HeaderWordOf(metadata, kDataStart) + OffsetOf(found)
+                                 : found.data;
+            return 0;
+        }
+        if (tag > found.tag) {
+            first = probe + 1;
+            n--;
+        }
+    }
+    return -2;
+}
+
+// The same search as a call (never inlined), like a call into a library that
+// binds its own calls locally.
+#if defined(__clang__)
+__attribute__((noinline))
+#else
+__attribute__((noinline, noipa))
+#endif
+int SearchEntriesCall(const camera_metadata_t* metadata, uint32_t tag, camera_metadata_ro_entry_t* entry) {
+    return SearchEntries(metadata, tag, entry);
+}
+
+// find_camera_metadata_ro_entry on a sorted buffer against the search written
+// here, called and inlined, over the same entries and keys, in alternating
+// timed batches of one iteration so all see the same load. Counters: ns per
+// lookup of each and find's ratio to each.
+void BM_FindSortedVsInlineSearch(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
+    constexpr int kBatch = 4096;
+    const unsigned int count = unsigned(state.range(0));
+    camera_metadata* metadata = Filled(count);
+    sort_camera_metadata(metadata);
+    std::vector<uint32_t> keys(kBatch);
+    for (int i = 0; i < kBatch; ++i) keys[i] = kFirstTag + (unsigned(i) * 7) % count;
+    camera_metadata_ro_entry_t entry;
+    // One timed batch of each per iteration, in a rotating order.
+    auto batch = [&](int which) {
+        const Clock::time_point start = Clock::now();
+        for (uint32_t key : keys) {
+            benchmark::DoNotOptimize(which == 0   ? find_camera_metadata_ro_entry(metadata, key, &entry)
+                                     : which == 1 ? SearchEntriesCall(metadata, key, &entry)
+                                                  : SearchEntries(metadata, key, &entry));
+        }
+        return Clock::now() - start;
+    };
+    Clock::duration time[3] = {};
+    int first = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < 3; ++i) time[(first + i) % 3] += batch((first + i) % 3);
+        first = (first + 1) % 3;
+    }
+    const double lookups = static_cast<double>(state.iterations()) * kBatch;
+    auto perLookup = [lookups](Clock::duration time) {
+        return std::chrono::duration<double, std::nano>(time).count() / lookups;
+    };
+    state.counters["find_ns"] = perLookup(time[0]);
+    state.counters["search_call_ns"] = perLookup(time[1]);
+    state.counters["search_inline_ns"] = perLookup(time[2]);
+    state.counters["find_vs_call"] = perLookup(time[0]) / perLookup(time[1]);
+    state.counters["find_vs_inline"] = perLookup(time[0]) / perLookup(time[2]);
+    Handler()->Free(metadata);
+}
+BENCHMARK(BM_FindSortedVsInlineSearch)->Arg(8)->Arg(64)->Arg(500);
 
 // The first entry's data alternates between 8 and 16 bytes, so each update
 // moves every later value down and appends the new one.

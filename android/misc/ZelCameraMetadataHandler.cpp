@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include <camera_metadata_hidden.h>
 #include <system/camera_metadata.h>
 
 namespace zelkov {

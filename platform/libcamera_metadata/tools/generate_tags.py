@@ -16,17 +16,33 @@ def enum_suffix(camel):
     return snake.upper()
 
 
+def parse_values(words):
+    """[(name, value)] of an enum list: values count up unless NAME=number."""
+    values, next_value = [], 0
+    for word in words:
+        name, _, number = word.partition("=")
+        if number:
+            next_value = int(number, 0)
+        values.append((name, next_value))
+        next_value += 1
+    return values
+
+
 def parse(path):
     sections = []
     for number, raw in enumerate(open(path, encoding="utf-8"), 1):
         line = raw.split("#", 1)[0].strip()
         if not line:
             continue
-        words = line.split()
-        if words[0] == "section" and len(words) == 3:
+        head, _, values = line.partition(":")
+        words = head.split()
+        if words[0] == "section" and len(words) == 3 and not values:
             sections.append({"enum": words[1], "name": words[2], "tags": []})
-        elif len(words) == 2 and words[1] in TYPES and sections:
-            sections[-1]["tags"].append((words[0], words[1]))
+        elif 2 <= len(words) <= 3 and words[1] in TYPES and words[2:] in ([], ["permission"]) and sections:
+            section = sections[-1]
+            section["tags"].append({"name": words[0], "type": words[1], "permission": len(words) == 3,
+                                    "enum": f"{section['enum']}_{enum_suffix(words[0])}",
+                                    "values": parse_values(values.split())})
         else:
             sys.exit(f"{path}:{number}: cannot read '{line}'")
     return sections
@@ -46,15 +62,23 @@ def write_header(sections, path):
             "} camera_metadata_section_start_t;", "",
             "typedef enum camera_metadata_tag {"]
     for s in sections:
-        for index, (name, _) in enumerate(s["tags"]):
+        for index, tag in enumerate(s["tags"]):
             value = f" = {s['enum']}_START" if index == 0 else ""
-            out.append(f"    {s['enum']}_{enum_suffix(name)}{value},")
+            out.append(f"    {tag['enum']}{value},")
         if not s["tags"]:
             out.append(f"    {s['enum']}_END = {s['enum']}_START,")
         else:
             out.append(f"    {s['enum']}_END,")
         out.append("")
-    out += ["} camera_metadata_tag_t;", "", "#endif", ""]
+    out += ["} camera_metadata_tag_t;", ""]
+    # The named values of each enumerated tag.
+    for s in sections:
+        for tag in (t for t in s["tags"] if t["values"]):
+            name = f"camera_metadata_enum_{tag['enum'].lower()}"
+            out.append(f"typedef enum {name} {{")
+            out += [f"    {tag['enum']}_{value} = {number}," for value, number in tag["values"]]
+            out += [f"}} {name}_t;", ""]
+    out += ["#endif", ""]
     open(path, "w", encoding="utf-8").write("\n".join(out))
 
 
@@ -68,13 +92,29 @@ def write_source(sections, path):
     out += ["};", ""]
     for s in sections:
         out.append(f"static const tag_info_t {s['enum'].lower()}_tags[] = {{")
-        out += [f'    {{"{name}", {TYPES[kind]}}},' for name, kind in s["tags"]]
+        out += [f'    {{"{tag["name"]}", {TYPES[tag["type"]]}}},' for tag in s["tags"]]
         if not s["tags"]:
             out.append("    {0, -1},")
         out += ["};", ""]
     out.append("const tag_info_t* const tag_info[ANDROID_SECTION_COUNT] = {")
     out += [f"    [{s['enum']}] = {s['enum'].lower()}_tags," for s in sections]
     out += ["};", ""]
+
+    tags = [tag for s in sections for tag in s["tags"]]
+    permission = [tag["enum"] for tag in tags if tag["permission"]]
+    out.append(f"const int32_t tag_permission_needed[{len(permission)}] = {{")
+    out += [f"    {name}," for name in permission]
+    out += ["};", f"const size_t tag_permission_needed_count = {len(permission)};", ""]
+
+    enumerated = [tag for tag in tags if tag["values"]]
+    for tag in enumerated:
+        out.append(f"static const enum_value_t {tag['enum'].lower()}_values[] = {{")
+        out += [f'    {{"{value}", {tag["enum"]}_{value}}},' for value, _ in tag["values"]]
+        out += ["};"]
+    out += ["", "// In tag order, for a binary search.", "const tag_enum_t tag_enums[] = {"]
+    out += [f"    {{{tag['enum']}, {tag['enum'].lower()}_values, {len(tag['values'])}}},"
+            for tag in enumerated]
+    out += ["};", f"const size_t tag_enum_count = {len(enumerated)};", ""]
     open(path, "w", encoding="utf-8").write("\n".join(out))
 
 

@@ -18,16 +18,7 @@ using MetadataPtr = std::unique_ptr<camera_metadata_t, MetadataDeleter>;
 // version, flags, entry count, entry capacity, entries start, data count,
 // data capacity, data start, padding), then the 64-bit vendor id.
 enum HeaderWord {
-    kSize,
-    kVersion,
-    kFlags,
-    kEntryCount,
-    kEntryCapacity,
-    kEntriesStart,
-    kDataCount,
-    kDataCapacity,
-    kDataStart,
-    kPadding,
+    kSize, kVersion, kFlags, kEntryCount, kEntryCapacity, kEntriesStart, kDataCount, kDataCapacity, kDataStart, kPadding,
 };
 constexpr size_t kHeaderBytes = 48;
 constexpr size_t kEntryBytes = 16;

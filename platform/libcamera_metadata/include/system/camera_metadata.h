@@ -7,6 +7,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include <system/camera_metadata_tags.h>
 #include <system/camera_vendor_tags.h>
@@ -73,6 +74,11 @@ extern const char* camera_metadata_section_names[ANDROID_SECTION_COUNT];
 extern unsigned int camera_metadata_section_bounds[ANDROID_SECTION_COUNT][2];
 
 camera_metadata_t* allocate_camera_metadata(size_t entry_capacity, size_t data_capacity);
+// The alignment a packet needs: 8, the largest of header, entry and data.
+size_t get_camera_metadata_alignment(void);
+// A validated heap copy of src_size bytes at src (aligned or not); NULL when
+// the copy is not a sound buffer.
+camera_metadata_t* allocate_copy_camera_metadata_checked(const camera_metadata_t* src, size_t src_size);
 camera_metadata_t* place_camera_metadata(void* dst, size_t dst_size, size_t entry_capacity, size_t data_capacity);
 void free_camera_metadata(camera_metadata_t* metadata);
 size_t calculate_camera_metadata_size(size_t entry_count, size_t data_count);
@@ -86,9 +92,12 @@ size_t get_camera_metadata_data_capacity(const camera_metadata_t* metadata);
 
 camera_metadata_t* copy_camera_metadata(void* dst, size_t dst_size, const camera_metadata_t* src);
 
-// validate_camera_metadata_structure returns 0, 1 (malformed) or this
-// (well-formed but not aligned in memory).
-#define CAMERA_METADATA_VALIDATION_SHIFTED 2
+// Non-zero results of validate_camera_metadata_structure: malformed, or sound
+// but not at an 8-byte aligned address (clone_camera_metadata repairs that).
+enum {
+    CAMERA_METADATA_VALIDATION_ERROR = 1,
+    CAMERA_METADATA_VALIDATION_SHIFTED = 2,
+};
 int validate_camera_metadata_structure(const camera_metadata_t* metadata, const size_t* expected_size);
 
 int append_camera_metadata(camera_metadata_t* dst, const camera_metadata_t* src);
@@ -106,20 +115,35 @@ int delete_camera_metadata_entry(camera_metadata_t* dst, size_t index);
 int update_camera_metadata_entry(camera_metadata_t* dst, size_t index, const void* data, size_t data_count,
                                  camera_metadata_entry_t* updated_entry);
 
-metadata_vendor_id_t get_camera_metadata_vendor_id(const camera_metadata_t* meta);
-void set_camera_metadata_vendor_id(camera_metadata_t* meta, metadata_vendor_id_t id);
-
 // Names and types of standard tags, and of vendor tags through the vendor ops.
 const char* get_camera_metadata_section_name(uint32_t tag);
 const char* get_camera_metadata_tag_name(uint32_t tag);
 int get_camera_metadata_tag_type(uint32_t tag);
-// The same, asking the vendor cache ops for the buffer's vendor id first.
+// The same, asking the vendor cache ops for the buffer's vendor id first
+// (see <camera_metadata_hidden.h>).
 const char* get_local_camera_metadata_section_name(uint32_t tag, const camera_metadata_t* meta);
 const char* get_local_camera_metadata_tag_name(uint32_t tag, const camera_metadata_t* meta);
 int get_local_camera_metadata_tag_type(uint32_t tag, const camera_metadata_t* meta);
 
+// The tags whose values need the camera permission; *tag_count is their number.
+const int32_t* get_camera_metadata_permission_needed(uint32_t* tag_count);
+
+// The retired query ops: always refused (returns 1). The struct's fields are
+// declared by <hardware/camera3.h>, whose device ops hand one out.
+typedef struct vendor_tag_query_ops vendor_tag_query_ops_t;
+int set_camera_metadata_vendor_tag_ops(const vendor_tag_query_ops_t* query_ops);
+
+// Writes the buffer's entries to fd: verbosity 0 names them, 1 adds up to 16
+// values each, 2 all values; indentation spaces start every line.
+void dump_camera_metadata(const camera_metadata_t* metadata, int fd, int verbosity);
+void dump_indented_camera_metadata(const camera_metadata_t* metadata, int fd, int verbosity, int indentation);
+
+// Name of an enumerated tag's value and back: 0 on success, -1 otherwise.
+// enum_value compares the first `size` characters of name.
+int camera_metadata_enum_snprint(uint32_t tag, uint32_t value, char* dst, size_t size);
+int camera_metadata_enum_value(uint32_t tag, const char* name, size_t size, uint32_t* value);
+
 int set_camera_metadata_vendor_ops(const vendor_tag_ops_t* query_ops);
-int set_camera_metadata_vendor_cache_ops(const struct vendor_tag_cache_ops* query_cache_ops);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,228 @@
+#include "Device.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <android/constants/CameraConstants.h>
+#include <android/constants/GrallocUsageConstants.h>
+#include <android/constants/PixelFormatConstants.h>
+#include <android/wrappers/ZelCamera3Stream.h>
+#include <android/wrappers/ZelHwModule.h>
+
+#include "MetadataTags.h"
+#include "ModuleIdentity.h"
+#include "RequestTemplates.h"
+
+namespace camera_core {
+namespace {
+
+constexpr unsigned int kMaxProcessedStreams = 3;
+constexpr unsigned int kMaxStallingStreams = 1;
+
+// The i-th record of an array laid out by the library (Size() bytes each).
+const camera3_stream_buffer* BufferAt(const camera3_stream_buffer* first, unsigned int i) {
+    return reinterpret_cast<const camera3_stream_buffer*>(reinterpret_cast<const char*>(first) +
+                                                          size_t{i} * zelkov::ZelCamera3StreamBuffer::Size());
+}
+
+}  // namespace
+
+Device::Device(int id, const CameraConfig& camera, std::function<void()> onClose)
+    : m_id(id), m_camera(camera), m_onClose(std::move(onClose)), m_faults(Faults::FromEnvironmentOr(camera.fault)) {
+    const ModuleIdentity& module = ThisModule();
+    zelkov::ZelHwDevice common(m_record.GetHwDevice(), false);
+    common.SetTag(module.deviceTag);
+    common.SetVersion(module.deviceVersion);
+    common.SetModule(const_cast<hw_module_t*>(module.module));
+    common.SetFnClose(&Device::CloseHook);
+    m_record.SetOps(const_cast<camera3_device_ops*>(Operations()));
+    m_record.SetPriv(this);
+}
+
+Device::~Device() = default;
+
+const camera3_device_ops* Device::Operations() {
+    static const zelkov::ZelCamera3DeviceOps ops = [] {
+        zelkov::ZelCamera3DeviceOps table;
+        table.SetFnInitialize(&Device::InitializeHook);
+        table.SetFnConfigureStreams(&Device::ConfigureStreamsHook);
+        table.SetFnConstructDefaultRequestSettings(&Device::DefaultSettingsHook);
+        table.SetFnProcessCaptureRequest(&Device::ProcessCaptureRequestHook);
+        table.SetFnDump(&Device::DumpHook);
+        table.SetFnFlush(&Device::FlushHook);
+        return table;
+    }();
+    return ops.Ptr();
+}
+
+Device* Device::From(const camera3_device* device) {
+    return device != nullptr ? static_cast<Device*>(zelkov::ZelCamera3Device(device, false).GetPriv()) : nullptr;
+}
+
+// hw_device_t is the first member of the camera3 device record, so both share an address.
+int Device::CloseHook(hw_device_t* device) {
+    Device* self = From(reinterpret_cast<const camera3_device*>(device));
+    if (self == nullptr) return -EINVAL;
+    {
+        std::lock_guard<std::mutex> hold(self->m_lock);
+        if (self->m_pipeline) self->m_pipeline->Flush();
+        self->m_pipeline.reset();  // no callback after this
+    }
+    self->m_onClose();
+    delete self;
+    return 0;
+}
+
+int Device::InitializeHook(const camera3_device* device, const camera3_callback_ops* callbacks) {
+    Device* self = From(device);
+    return self != nullptr ? self->Initialize(callbacks) : -ENODEV;
+}
+
+int Device::ConfigureStreamsHook(const camera3_device* device, camera3_stream_configuration* configuration) {
+    Device* self = From(device);
+    return self != nullptr ? self->ConfigureStreams(configuration) : -ENODEV;
+}
+
+const camera_metadata* Device::DefaultSettingsHook(const camera3_device* device, int type) {
+    Device* self = From(device);
+    return self != nullptr ? self->DefaultSettings(type) : nullptr;
+}
+
+int Device::ProcessCaptureRequestHook(const camera3_device* device, camera3_capture_request* request) {
+    Device* self = From(device);
+    return self != nullptr ? self->ProcessCaptureRequest(request) : -ENODEV;
+}
+
+void Device::DumpHook(const camera3_device* device, int fd) {
+    Device* self = From(device);
+    if (self != nullptr) self->Dump(fd);
+}
+
+int Device::FlushHook(const camera3_device* device) {
+    Device* self = From(device);
+    if (self == nullptr) return -ENODEV;
+    std::lock_guard<std::mutex> hold(self->m_lock);
+    if (self->m_pipeline) self->m_pipeline->Flush();
+    return 0;
+}
+
+int Device::Initialize(const camera3_callback_ops* callbacks) {
+    std::lock_guard<std::mutex> hold(m_lock);
+    if (callbacks == nullptr || m_pipeline) return -ENODEV;  // once per open
+    m_pipeline = std::make_unique<Pipeline>(m_camera, FrameworkCallbacks(callbacks), m_faults);
+    return 0;
+}
+
+bool Device::IsSupportedStream(camera3_stream* record) const {
+    const zelkov::ZelCamera3Stream stream(record, false);
+    if (stream.GetStreamType() != zelkov::GET_CAMERA3_STREAM_OUTPUT() ||
+        stream.GetRotation() != zelkov::GET_CAMERA3_STREAM_ROTATION_0()) {
+        return false;
+    }
+    for (const StreamConfig& config : m_camera.streams) {
+        if (config.format == stream.GetFormat() && config.width == stream.GetWidth() &&
+            config.height == stream.GetHeight()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int Device::ConfigureStreams(camera3_stream_configuration* configuration) {
+    std::lock_guard<std::mutex> hold(m_lock);
+    if (!m_pipeline || configuration == nullptr) return -EINVAL;
+    zelkov::ZelCamera3StreamConfiguration config(configuration, false);
+    if (config.GetNumStreams() == 0 || config.GetStreams() == nullptr ||
+        config.GetOperationMode() != static_cast<unsigned int>(zelkov::GET_CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE())) {
+        return -EINVAL;
+    }
+    unsigned int processed = 0;
+    unsigned int stalling = 0;
+    for (unsigned int i = 0; i < config.GetNumStreams(); ++i) {
+        camera3_stream* stream = config.GetStreams()[i];
+        if (stream == nullptr || !IsSupportedStream(stream)) return -EINVAL;
+        const bool blob = zelkov::ZelCamera3Stream(stream, false).GetFormat() == zelkov::GET_HAL_PIXEL_FORMAT_BLOB();
+        ++(blob ? stalling : processed);
+    }
+    if (processed > kMaxProcessedStreams || stalling > kMaxStallingStreams) return -EINVAL;
+
+    // Streams are reconfigured only between requests; the pipeline is idle.
+    m_pipeline->Flush();
+    m_streams.clear();
+    const unsigned long long producerUsage = static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_HW_CAMERA_WRITE()) |
+                                             static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
+    for (unsigned int i = 0; i < config.GetNumStreams(); ++i) {
+        zelkov::ZelCamera3Stream stream(config.GetStreams()[i], false);
+        stream.SetUsage(stream.GetUsage() | producerUsage);
+        stream.SetMaxBuffers(m_camera.maxBuffers);
+        m_streams.insert(config.GetStreams()[i]);
+    }
+    m_haveSettings = false;
+    return 0;
+}
+
+const camera_metadata* Device::DefaultSettings(int type) {
+    if (!IsSupportedTemplate(type)) return nullptr;
+    std::lock_guard<std::mutex> hold(m_lock);
+    std::unique_ptr<Metadata>& slot = m_defaults[type];
+    if (!slot) slot = std::make_unique<Metadata>(BuildDefaultSettings(m_camera, type));
+    return slot->Get();
+}
+
+int64_t Device::FrameDuration(const CaptureRequest& request) const {
+    const int32_t fastestFps = request.settings.GetI32(tag::kControlAeTargetFpsRange, 1, 30);
+    int64_t duration = 1000000000LL / std::max(fastestFps, 1);
+    for (const zelkov::ZelCamera3StreamBuffer& buffer : request.buffers) {
+        const zelkov::ZelCamera3Stream stream(buffer.GetStream(), false);
+        for (const StreamConfig& config : m_camera.streams) {
+            if (config.format == stream.GetFormat() && config.width == stream.GetWidth() &&
+                config.height == stream.GetHeight()) {
+                duration = std::max(duration, config.minFrameDurationNs + config.stallDurationNs);
+            }
+        }
+    }
+    return duration;
+}
+
+int Device::ProcessCaptureRequest(camera3_capture_request* record) {
+    std::lock_guard<std::mutex> hold(m_lock);
+    if (!m_pipeline || m_streams.empty() || record == nullptr) return -EINVAL;
+    const zelkov::ZelCamera3CaptureRequest request(record, false);
+    if (request.GetInputBuffer() != nullptr || request.GetNumOutputBuffers() == 0 ||
+        request.GetOutputBuffers() == nullptr || (request.GetSettings() == nullptr && !m_haveSettings)) {
+        return -EINVAL;
+    }
+    CaptureRequest capture;
+    capture.frameNumber = request.GetFrameNumber();
+    for (unsigned int i = 0; i < request.GetNumOutputBuffers(); ++i) {
+        zelkov::ZelCamera3StreamBuffer buffer;
+        buffer.CopyFrom(BufferAt(request.GetOutputBuffers(), i));
+        if (m_streams.count(buffer.GetStream()) == 0 || buffer.GetBuffer() == nullptr ||
+            *buffer.GetBuffer() == nullptr || buffer.GetStatus() != zelkov::GET_CAMERA3_BUFFER_STATUS_OK()) {
+            return -EINVAL;
+        }
+        capture.buffers.push_back(std::move(buffer));
+    }
+    // Repeating requests carry no settings: the last ones stay in force.
+    if (request.GetSettings() != nullptr) {
+        m_lastSettings = Metadata(request.GetSettings());
+        m_haveSettings = true;
+    }
+    capture.settings = Metadata(m_lastSettings.Get());
+    capture.frameDurationNs = FrameDuration(capture);
+    m_pipeline->Queue(std::move(capture));
+    return 0;
+}
+
+void Device::Dump(int fd) {
+    std::lock_guard<std::mutex> hold(m_lock);
+    dprintf(fd, "camera %d: %zu streams configured, fault %s\n", m_id, m_streams.size(), Faults::Name(m_faults.Kind()));
+    if (m_pipeline) {
+        const PipelineStats stats = m_pipeline->Stats();
+        dprintf(fd, "  frames delivered %llu, requests failed %llu, queued %zu\n",
+                static_cast<unsigned long long>(stats.framesDelivered),
+                static_cast<unsigned long long>(stats.requestsFailed), stats.queued);
+    }
+}
+
+}  // namespace camera_core

@@ -1,0 +1,17 @@
+// The static characteristics of one camera, built from its configuration.
+#ifndef ZELKOV_CAMERA_CORE_STATIC_METADATA_H
+#define ZELKOV_CAMERA_CORE_STATIC_METADATA_H
+
+#include "Config.h"
+#include "Metadata.h"
+
+namespace camera_core {
+
+Metadata BuildCharacteristics(const CameraConfig& camera);
+
+// Bytes of the largest JPEG a BLOB buffer holds, trailer included.
+int32_t JpegMaxSize(const CameraConfig& camera);
+
+}  // namespace camera_core
+
+#endif

@@ -1,0 +1,249 @@
+#include "Fixtures.h"
+
+#include "Report.h"
+
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csetjmp>
+#include <cstring>
+
+namespace hal3_check {
+
+BufferPool::~BufferPool() {
+    for (auto& b : buffers_) GrallocHelper::Free(&b);
+}
+
+std::string BufferPool::Allocate(const camera3_stream_t& stream, uint32_t count, uint32_t blobBytes) {
+    uint32_t width = stream.width, height = stream.height;
+    if (stream.format == kFormatBlob) {
+        // The camera service allocates blobSize x 1; the host gralloc caps a
+        // dimension at 16384, so larger blobs are folded into rows.
+        constexpr uint32_t kMaxWidth = 16384;
+        width = std::min(blobBytes, kMaxWidth);
+        height = (blobBytes + width - 1) / std::max(width, 1u);
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        GrallocBuffer b;
+        std::string err = GrallocHelper::Allocate(width, height, stream.format, stream.usage | kUsageSwReadOften, &b);
+        if (!err.empty()) return err;
+        buffers_.push_back(b);
+        free_.push_back(&buffers_.back().handle);
+    }
+    return "";
+}
+
+buffer_handle_t* BufferPool::Acquire(int64_t timeoutNs) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (!cv_.wait_for(lock, std::chrono::nanoseconds(timeoutNs), [&] { return !free_.empty(); })) return nullptr;
+    buffer_handle_t* h = free_.front();
+    free_.pop_front();
+    return h;
+}
+
+void BufferPool::Release(buffer_handle_t* handle) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        free_.push_back(handle);
+    }
+    cv_.notify_one();
+}
+
+const GrallocBuffer* BufferPool::Find(const buffer_handle_t* handle) const {
+    for (const auto& b : buffers_)
+        if (&b.handle == handle) return &b;
+    return nullptr;
+}
+
+int StreamFixture::IndexOf(const camera3_stream_t* s) const {
+    for (size_t i = 0; i < streams_.size(); ++i)
+        if (streams_[i].get() == s) return int(i);
+    return -1;
+}
+
+int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures) {
+    streams_.clear();
+    pools_.clear();
+    std::vector<camera3_stream_t*> list;
+    for (const auto& s : specs) {
+        auto stream = std::make_unique<camera3_stream_t>();
+        stream->stream_type = CAMERA3_STREAM_OUTPUT;
+        stream->width = s.width;
+        stream->height = s.height;
+        stream->format = s.format;
+        stream->usage = s.consumerUsage;
+        stream->rotation = s.rotation;
+        stream->data_space = s.format == kFormatBlob ? 0x8C20000 /* V0_JFIF */ : 0;
+        stream->physical_camera_id = "";
+        list.push_back(stream.get());
+        streams_.push_back(std::move(stream));
+    }
+    camera3_stream_configuration_t config{uint32_t(list.size()), list.data(), CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE, nullptr};
+    int rc = device_->Configure(&config);
+    if (rc != 0) return rc;
+    for (size_t i = 0; i < streams_.size(); ++i) {
+        const camera3_stream_t& s = *streams_[i];
+        std::string name = "stream " + std::to_string(i) + " (" + std::to_string(s.width) + "x" + std::to_string(s.height) + ")";
+        if (s.max_buffers == 0) failures->push_back("[rule configure-max-buffers] " + name + ": max_buffers is 0");
+        if ((s.usage & specs[i].consumerUsage) != specs[i].consumerUsage)
+            failures->push_back("[rule configure-usage] " + name + ": the consumer usage bits were cleared");
+        if ((s.usage & (kUsageCameraWrite | kUsageSwWriteOften)) == 0)
+            failures->push_back("[rule configure-usage] " + name + ": no producer usage (camera or CPU write) set");
+        auto pool = std::make_unique<BufferPool>();
+        std::string err = pool->Allocate(s, std::max<uint32_t>(s.max_buffers, 1), blobBytes);
+        if (!err.empty()) failures->push_back(err);
+        pools_.push_back(std::move(pool));
+    }
+    return 0;
+}
+
+FrameFixture::FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
+                           std::string prefix)
+    : device_(device), streams_(streams), checker_(checker), stallNs_(stallNs), prefix_(std::move(prefix)) {
+    checker_->SetInspector([this](uint32_t frame, const ReturnedBuffer& b) { return Inspect(frame, b); });
+}
+
+int FrameFixture::Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes, uint32_t* frameOut) {
+    std::vector<camera3_stream_buffer_t> buffers;
+    for (size_t i : streamIndexes) {
+        buffer_handle_t* h = streams_->pool(i).Acquire(stallNs_);
+        if (h == nullptr) {
+            // Every buffer of the stream is still with the device.
+            for (auto& b : buffers) streams_->pool(size_t(streams_->IndexOf(b.stream))).Release(b.buffer);
+            checker_->WaitIdle();
+            return -ETIMEDOUT;
+        }
+        buffers.push_back({streams_->stream(i), h, CAMERA3_BUFFER_STATUS_OK, -1, -1});
+    }
+    camera3_capture_request_t request{};
+    request.frame_number = nextFrame_++;
+    request.settings = settings == lastSettings_ ? nullptr : settings;
+    request.num_output_buffers = uint32_t(buffers.size());
+    request.output_buffers = buffers.data();
+    if (frameOut) *frameOut = request.frame_number;
+    checker_->OnSubmit(request);
+    int rc = device_->Submit(&request);
+    if (rc != 0) {
+        checker_->OnSubmitFailed(request.frame_number);
+        checker_->Sync();
+        for (auto& b : buffers) streams_->pool(size_t(streams_->IndexOf(b.stream))).Release(b.buffer);
+        return rc;
+    }
+    lastSettings_ = settings;
+    return 0;
+}
+
+void FrameFixture::DumpFrame(uint32_t frame) {
+    std::lock_guard<std::mutex> lock(dumpMutex_);
+    dumpFrames_.insert(frame);
+}
+
+std::vector<std::string> FrameFixture::dumped() {
+    std::lock_guard<std::mutex> lock(dumpMutex_);
+    return dumped_;
+}
+
+std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
+    int index = streams_->IndexOf(b.stream);
+    if (index < 0) return "[rule buffer-once] frame " + std::to_string(frame) + ": buffer of an unknown stream";
+    BufferPool& pool = streams_->pool(size_t(index));
+    const GrallocBuffer* buffer = pool.Find(b.handle);
+    std::string failure;
+    bool dump;
+    {
+        std::lock_guard<std::mutex> lock(dumpMutex_);
+        dump = dumpFrames_.count(frame) > 0;
+    }
+    if (buffer != nullptr && b.status == CAMERA3_BUFFER_STATUS_OK) {
+        std::string name = prefix_ + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
+        if (buffer->format == kFormatBlob) {
+            std::vector<uint8_t> blob, jpeg;
+            if (!GrallocHelper::ReadBytes(*buffer, &blob)) return "[rule buffer-lock] cannot lock a JPEG buffer";
+            failure = CheckJpegBlob(blob, b.stream->width, b.stream->height, &jpeg);
+            ++jpegs_;
+            if (failure.empty() && options().dumpFrames) {
+                std::string path = Report::Get().WriteFile(name + ".jpg", jpeg);
+                std::lock_guard<std::mutex> lock(dumpMutex_);
+                if (!path.empty()) dumped_.push_back(path);
+            }
+        } else {
+            std::vector<uint8_t> luma;
+            if (!GrallocHelper::ReadLuma(*buffer, 1, &luma)) return "[rule buffer-lock] cannot lock a YUV buffer";
+            int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
+            if (drawn >= 0 && drawn != int64_t(frame))
+                failure = "[rule stale-frame] frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
+                          " holds the picture of frame " + std::to_string(drawn);
+            std::vector<uint8_t> rgb;
+            if (dump && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
+                std::string path = Report::Get().WritePng(name + ".png", rgb, buffer->width, buffer->height);
+                std::lock_guard<std::mutex> lock(dumpMutex_);
+                if (!path.empty()) dumped_.push_back(path);
+            }
+        }
+    }
+    pool.Release(b.handle);
+    return failure;
+}
+
+int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height) {
+    // 32 blocks across the top rows, block i over columns [i*width/32,
+    // (i+1)*width/32), most significant bit first, 0 dark and 1 bright.
+    if (width < 32 || height < 1 || luma.size() < width) return -1;
+    uint32_t value = 0;
+    for (uint32_t bit = 0; bit < 32; ++bit) {
+        uint8_t y = luma[(2 * bit + 1) * width / 64];
+        if (y > 64 && y < 192) return -1;  // not a strip: a colour-bar or other picture
+        value = (value << 1) | (y >= 192 ? 1u : 0u);
+    }
+    return value;
+}
+
+namespace {
+
+struct JpegError {
+    jpeg_error_mgr mgr;
+    jmp_buf jump;
+};
+
+}  // namespace
+
+std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg) {
+    if (blob.size() < sizeof(camera3_jpeg_blob_t)) return "[rule jpeg-blob] buffer smaller than the blob trailer";
+    camera3_jpeg_blob_t trailer;
+    memcpy(&trailer, blob.data() + blob.size() - sizeof trailer, sizeof trailer);
+    if (trailer.jpeg_blob_id != CAMERA3_JPEG_BLOB_ID) return "[rule jpeg-blob] no JPEG blob id in the trailer";
+    if (trailer.jpeg_size < 4 || trailer.jpeg_size > blob.size() - sizeof trailer)
+        return "[rule jpeg-blob] JPEG size " + std::to_string(trailer.jpeg_size) + " does not fit the buffer";
+    jpeg->assign(blob.begin(), blob.begin() + trailer.jpeg_size);
+    if ((*jpeg)[0] != 0xFF || (*jpeg)[1] != 0xD8) return "[rule jpeg-blob] JPEG data does not start with SOI";
+
+    jpeg_decompress_struct cinfo{};
+    JpegError err;
+    std::vector<uint8_t> row;  // before setjmp: a longjmp must not skip its destructor
+    cinfo.err = jpeg_std_error(&err.mgr);
+    err.mgr.error_exit = [](j_common_ptr c) { longjmp(reinterpret_cast<JpegError*>(c->err)->jump, 1); };
+    err.mgr.output_message = [](j_common_ptr) {};
+    if (setjmp(err.jump)) {
+        jpeg_destroy_decompress(&cinfo);
+        return "[rule jpeg-decode] libjpeg cannot decode the JPEG";
+    }
+    jpeg_create_decompress(&cinfo);
+    jpeg_mem_src(&cinfo, jpeg->data(), static_cast<unsigned long>(jpeg->size()));
+    jpeg_read_header(&cinfo, TRUE);
+    jpeg_start_decompress(&cinfo);
+    row.resize(size_t(cinfo.output_width) * cinfo.output_components);
+    while (cinfo.output_scanline < cinfo.output_height) {
+        JSAMPROW r = row.data();
+        jpeg_read_scanlines(&cinfo, &r, 1);
+    }
+    uint32_t w = cinfo.output_width, h = cinfo.output_height;
+    jpeg_finish_decompress(&cinfo);
+    jpeg_destroy_decompress(&cinfo);
+    if (w != width || h != height)
+        return "[rule jpeg-decode] JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
+               std::to_string(width) + "x" + std::to_string(height);
+    return "";
+}
+
+}  // namespace hal3_check

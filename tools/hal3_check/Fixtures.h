@@ -1,0 +1,101 @@
+#pragma once
+// The layers a scenario stands on, after module and device: StreamFixture
+// configures streams and holds their gralloc buffers; FrameFixture submits
+// requests from the calling thread within each stream's max_buffers and
+// looks at what comes back (test-pattern frame numbers, JPEG blobs, dumps).
+
+#include "DeviceConnector.h"
+#include "GrallocHelper.h"
+#include "ResultChecker.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace hal3_check {
+
+// The buffers of one stream; a buffer is free again once it came back.
+class BufferPool {
+public:
+    ~BufferPool();
+    std::string Allocate(const camera3_stream_t& stream, uint32_t count, uint32_t blobBytes);
+    buffer_handle_t* Acquire(int64_t timeoutNs);
+    void Release(buffer_handle_t* handle);
+    const GrallocBuffer* Find(const buffer_handle_t* handle) const;
+    size_t size() const { return buffers_.size(); }
+
+private:
+    std::deque<GrallocBuffer> buffers_;  // stable addresses: requests point at the handles
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    std::deque<buffer_handle_t*> free_;
+};
+
+struct StreamSpec {
+    int format;
+    uint32_t width, height;
+    uint64_t consumerUsage;
+    int rotation = 0;
+};
+
+class StreamFixture {
+public:
+    explicit StreamFixture(DeviceConnector* device) : device_(device) {}
+    // configure_streams; on success checks what the device filled in and
+    // allocates max_buffers buffers per stream. Failures go to `failures`.
+    int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures);
+    size_t count() const { return streams_.size(); }
+    camera3_stream_t* stream(size_t i) { return streams_[i].get(); }
+    BufferPool& pool(size_t i) { return *pools_[i]; }
+    int IndexOf(const camera3_stream_t* s) const;
+
+private:
+    DeviceConnector* device_;
+    std::vector<std::unique_ptr<camera3_stream_t>> streams_;
+    std::vector<std::unique_ptr<BufferPool>> pools_;
+};
+
+class FrameFixture {
+public:
+    // Pictures are written as <prefix>_s<stream>_f<frame>.png / .jpg.
+    FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
+                 std::string prefix);
+    // One request with a buffer of each stream in `streamIndexes`. Settings
+    // equal to the previous request's are sent as null (a repeat). Returns the
+    // device's status; the frame number goes to *frame.
+    int Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes, uint32_t* frame = nullptr);
+    // Forgets the previous settings (after configure, the next request must carry some).
+    void ResetSettings() { lastSettings_ = nullptr; }
+    uint32_t nextFrame() const { return nextFrame_; }
+    // A frame whose YUV pictures are dumped (every JPEG is written).
+    void DumpFrame(uint32_t frame);
+    uint32_t jpegs() const { return jpegs_; }
+    std::vector<std::string> dumped();
+
+private:
+    std::string Inspect(uint32_t frame, const ReturnedBuffer& b);
+
+    DeviceConnector* device_;
+    StreamFixture* streams_;
+    ResultChecker* checker_;
+    int64_t stallNs_;
+    uint32_t nextFrame_ = 0;
+    const camera_metadata_t* lastSettings_ = nullptr;
+    std::mutex dumpMutex_;
+    const std::string prefix_;
+    std::set<uint32_t> dumpFrames_;
+    std::vector<std::string> dumped_;
+    uint32_t jpegs_ = 0;
+};
+
+// The frame number the test pattern carries in the top rows of luma, or -1.
+int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height);
+// "" when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes to
+// width x height; else a failure naming its rule. *jpeg receives the JPEG bytes.
+std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg);
+
+}  // namespace hal3_check

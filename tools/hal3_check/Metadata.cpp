@@ -1,0 +1,201 @@
+#include "Metadata.h"
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <tuple>
+
+namespace hal3_check {
+
+camera_metadata_ro_entry_t Find(const camera_metadata_t* m, uint32_t tag) {
+    camera_metadata_ro_entry_t e{};
+    if (m == nullptr || find_camera_metadata_ro_entry(m, tag, &e) != 0) e.count = 0;
+    return e;
+}
+
+bool Has(const camera_metadata_t* m, uint32_t tag) { return Find(m, tag).count > 0; }
+
+int64_t GetI64(const camera_metadata_t* m, uint32_t tag, int64_t fallback) {
+    auto e = Find(m, tag);
+    return e.count > 0 && e.type == TYPE_INT64 ? e.data.i64[0] : fallback;
+}
+
+int32_t GetI32(const camera_metadata_t* m, uint32_t tag, int32_t fallback) {
+    auto e = Find(m, tag);
+    return e.count > 0 && e.type == TYPE_INT32 ? e.data.i32[0] : fallback;
+}
+
+int GetU8(const camera_metadata_t* m, uint32_t tag, int fallback) {
+    auto e = Find(m, tag);
+    return e.count > 0 && e.type == TYPE_BYTE ? e.data.u8[0] : fallback;
+}
+
+std::string TagName(uint32_t tag) {
+    const char* section = get_camera_metadata_section_name(tag);
+    const char* name = get_camera_metadata_tag_name(tag);
+    if (section && name) return std::string(section) + "." + name;
+    char hex[16];
+    snprintf(hex, sizeof hex, "0x%08x", tag);
+    return hex;
+}
+
+std::vector<uint32_t> Tags(const camera_metadata_t* m) {
+    std::vector<uint32_t> tags;
+    size_t n = m ? get_camera_metadata_entry_count(m) : 0;
+    for (size_t i = 0; i < n; ++i) {
+        camera_metadata_ro_entry_t e;
+        if (get_camera_metadata_ro_entry(m, i, &e) == 0) tags.push_back(e.tag);
+    }
+    return tags;
+}
+
+void Set(MetadataPtr& m, uint32_t tag, const void* data, size_t count) {
+    camera_metadata_entry_t e;
+    if (find_camera_metadata_entry(m.get(), tag, &e) == 0) delete_camera_metadata_entry(m.get(), e.index);
+    size_t bytes = calculate_camera_metadata_entry_data_size(get_camera_metadata_tag_type(tag), count);
+    if (get_camera_metadata_entry_count(m.get()) + 1 > get_camera_metadata_entry_capacity(m.get()) ||
+        get_camera_metadata_data_count(m.get()) + bytes > get_camera_metadata_data_capacity(m.get())) {
+        MetadataPtr bigger(allocate_camera_metadata(get_camera_metadata_entry_capacity(m.get()) * 2 + 8,
+                                                    get_camera_metadata_data_capacity(m.get()) * 2 + bytes + 64));
+        append_camera_metadata(bigger.get(), m.get());
+        m = std::move(bigger);
+    }
+    add_camera_metadata_entry(m.get(), tag, data, count);
+}
+
+void SetU8(MetadataPtr& m, uint32_t tag, uint8_t v) { Set(m, tag, &v, 1); }
+
+std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* s) {
+    std::map<std::tuple<int64_t, int64_t, int64_t>, int64_t> minFrame, stall;
+    auto durations = [&](uint32_t tag, auto& table) {
+        auto e = Find(s, tag);
+        for (size_t i = 0; e.type == TYPE_INT64 && i + 3 < e.count; i += 4)
+            table[{e.data.i64[i], e.data.i64[i + 1], e.data.i64[i + 2]}] = e.data.i64[i + 3];
+    };
+    durations(ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS, minFrame);
+    durations(ANDROID_SCALER_AVAILABLE_STALL_DURATIONS, stall);
+    std::vector<StreamConfig> out;
+    auto e = Find(s, ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS);
+    for (size_t i = 0; e.type == TYPE_INT32 && i + 3 < e.count; i += 4) {
+        const int32_t* c = e.data.i32 + i;
+        if (c[3] != kStreamOutput) continue;
+        std::tuple<int64_t, int64_t, int64_t> key{c[0], c[1], c[2]};
+        out.push_back({c[0], c[1], c[2], minFrame.count(key) ? minFrame[key] : -1, stall.count(key) ? stall[key] : -1});
+    }
+    return out;
+}
+
+namespace {
+
+struct Failures {
+    std::vector<std::string> list;
+    void operator()(bool ok, const char* rule, const std::string& what) {
+        if (!ok) list.push_back(std::string("[rule ") + rule + "] " + what);
+    }
+};
+
+// Keys every HAL3 camera publishes in its characteristics.
+const uint32_t kRequiredStaticKeys[] = {
+    ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL,     ANDROID_REQUEST_AVAILABLE_CAPABILITIES,
+    ANDROID_REQUEST_PARTIAL_RESULT_COUNT,      ANDROID_REQUEST_PIPELINE_MAX_DEPTH,
+    ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS,    ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS,
+    ANDROID_REQUEST_AVAILABLE_RESULT_KEYS,     ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS,
+    ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS, ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS,
+    ANDROID_SCALER_AVAILABLE_STALL_DURATIONS,  ANDROID_JPEG_MAX_SIZE,
+    ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES,    ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE,
+    ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE,     ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE,
+    ANDROID_SENSOR_ORIENTATION,                ANDROID_LENS_FACING,
+    ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, ANDROID_SYNC_MAX_LATENCY,
+};
+
+}  // namespace
+
+std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int facing, int orientation) {
+    Failures f;
+    f(s != nullptr, "static-structure", "no static metadata");
+    if (s == nullptr) return f.list;
+    f(validate_camera_metadata_structure(s, nullptr) == 0, "static-structure", "static metadata is malformed");
+    for (uint32_t tag : kRequiredStaticKeys) f(Has(s, tag), "static-keys", "missing " + TagName(tag));
+
+    int level = GetU8(s, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, -1);
+    f(level < 0 || level <= 4, "static-hardware-level", "unknown hardware level " + std::to_string(level));
+    auto caps = Find(s, ANDROID_REQUEST_AVAILABLE_CAPABILITIES);
+    bool backward = false;
+    for (size_t i = 0; i < caps.count; ++i) backward |= caps.data.u8[i] == kCapabilityBackwardCompatible;
+    f(backward, "static-capabilities", "BACKWARD_COMPATIBLE missing from the capabilities");
+    f(GetI32(s, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1) >= 1, "static-partial-count", "partial result count < 1");
+    f(GetU8(s, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 1) >= 1, "static-pipeline-depth", "pipeline max depth < 1");
+    auto maxStreams = Find(s, ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS);
+    f(maxStreams.count == 0 || (maxStreams.count == 3 && maxStreams.data.i32[1] >= 1), "static-max-streams",
+      "max output streams must be 3 values with at least one processed stream");
+
+    // Every key the camera lists among its characteristics is present.
+    auto listed = Find(s, ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS);
+    for (size_t i = 0; i < listed.count; ++i)
+        f(Has(s, uint32_t(listed.data.i32[i])), "static-keys-listed",
+          "listed characteristic " + TagName(uint32_t(listed.data.i32[i])) + " is absent");
+
+    auto configs = OutputConfigs(s);
+    f(!configs.empty(), "static-stream-configs", "no output stream configuration");
+    bool blob = false;
+    for (const auto& c : configs) {
+        std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + " format 0x" +
+                           [&] { char b[16]; snprintf(b, sizeof b, "%x", c.format); return std::string(b); }();
+        f(c.minFrameNs > 0, "static-stream-durations", name + " has no min frame duration");
+        f(c.stallNs >= 0, "static-stream-durations", name + " has no stall duration");
+        blob |= c.format == 0x21;  // HAL_PIXEL_FORMAT_BLOB
+    }
+    f(blob, "static-jpeg", "no JPEG (BLOB) output");
+    f(GetI32(s, ANDROID_JPEG_MAX_SIZE, 0) > 0, "static-jpeg", "JPEG max size is not positive");
+    auto thumbs = Find(s, ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES);
+    bool zero = false;
+    for (size_t i = 0; i + 1 < thumbs.count; i += 2) zero |= thumbs.data.i32[i] == 0 && thumbs.data.i32[i + 1] == 0;
+    f(zero, "static-jpeg", "thumbnail sizes lack 0x0");
+
+    int source = GetU8(s, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, -1);
+    f(source == 0 || source == 1, "static-timestamp-source", "timestamp source " + std::to_string(source));
+    auto active = Find(s, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE);
+    auto pixels = Find(s, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE);
+    if (active.count == 4 && pixels.count == 2) {
+        const int32_t* a = active.data.i32;
+        f(a[0] >= 0 && a[1] >= 0 && a[2] > 0 && a[3] > 0 && a[0] + a[2] <= pixels.data.i32[0] &&
+              a[1] + a[3] <= pixels.data.i32[1],
+          "static-active-array", "active array lies outside the pixel array");
+    }
+    int sensorOrientation = GetI32(s, ANDROID_SENSOR_ORIENTATION, -1);
+    f(sensorOrientation % 90 == 0 && sensorOrientation >= 0 && sensorOrientation < 360 &&
+          sensorOrientation == orientation,
+      "static-orientation", "orientation " + std::to_string(sensorOrientation) + " (camera info says " +
+                                std::to_string(orientation) + ")");
+    // android.lens.facing: FRONT 0, BACK 1, EXTERNAL 2; camera_info: BACK 0, FRONT 1, EXTERNAL 2.
+    int lensFacing = GetU8(s, ANDROID_LENS_FACING, -1);
+    int expected = facing == 0 ? 1 : facing == 1 ? 0 : 2;
+    f(lensFacing == expected, "static-facing", "lens facing " + std::to_string(lensFacing) +
+                                                   " disagrees with camera info facing " + std::to_string(facing));
+    auto fps = Find(s, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
+    f(fps.count >= 2 && fps.count % 2 == 0, "static-fps-ranges", "AE target fps ranges are not pairs");
+    for (size_t i = 0; i + 1 < fps.count; i += 2)
+        f(fps.data.i32[i] > 0 && fps.data.i32[i] <= fps.data.i32[i + 1], "static-fps-ranges",
+          "bad fps range " + std::to_string(fps.data.i32[i]) + "-" + std::to_string(fps.data.i32[i + 1]));
+    f(GetI32(s, ANDROID_SYNC_MAX_LATENCY, -2) >= -1, "static-sync-latency", "sync max latency below -1");
+    return f.list;
+}
+
+std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* m, int templateType) {
+    Failures f;
+    std::string t = "template " + std::to_string(templateType) + ": ";
+    f(m != nullptr, "default-settings", t + "no settings");
+    if (m == nullptr) return f.list;
+    f(validate_camera_metadata_structure(m, nullptr) == 0, "default-settings", t + "malformed settings");
+    // Capture intents are numbered as the templates are.
+    f(GetU8(m, ANDROID_CONTROL_CAPTURE_INTENT, -1) == templateType, "default-intent", t + "capture intent mismatch");
+    if (templateType != 6)  // the manual template may leave AE off
+        f(GetU8(m, ANDROID_CONTROL_AE_MODE, -1) >= kAeModeOn, "default-ae-on", t + "AE is not on");
+    f(GetU8(m, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, 0) == kAePrecaptureIdle, "default-triggers",
+      t + "AE precapture trigger not idle");
+    f(GetU8(m, ANDROID_CONTROL_AF_TRIGGER, 0) == kAfTriggerIdle, "default-triggers", t + "AF trigger not idle");
+    return f.list;
+}
+
+}  // namespace hal3_check

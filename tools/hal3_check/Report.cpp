@@ -1,0 +1,77 @@
+#include "Report.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#ifdef HAL3_CHECK_HAVE_PNG
+#include <png.h>
+#endif
+
+namespace hal3_check {
+
+Options& options() {
+    static Options o;
+    return o;
+}
+
+Report& Report::Get() {
+    static Report report;
+    return report;
+}
+
+void Report::Open(const std::string& dir) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    dir_ = dir;
+    std::error_code ignored;  // a failure shows as the trace file failing to open
+    std::filesystem::create_directories(dir, ignored);
+    trace_ = fopen((dir + "/trace.txt").c_str(), "w");
+}
+
+void Report::Trace(const std::string& line) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (trace_ == nullptr) return;
+    fprintf(trace_, "%s\n", line.c_str());
+    fflush(trace_);
+}
+
+bool Report::PngAvailable() {
+#ifdef HAL3_CHECK_HAVE_PNG
+    return true;
+#else
+    return false;
+#endif
+}
+
+std::string Report::WritePng(const std::string& name, const std::vector<uint8_t>& rgb, uint32_t width, uint32_t height) {
+#ifdef HAL3_CHECK_HAVE_PNG
+    std::string path = dir_ + "/" + name;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = width;
+    image.height = height;
+    image.format = PNG_FORMAT_RGB;
+    if (png_image_write_to_file(&image, path.c_str(), 0, rgb.data(), int(width * 3), nullptr) == 0) return "";
+    return path;
+#else
+    (void)name, (void)rgb, (void)width, (void)height;
+    return "";
+#endif
+}
+
+std::string Report::WriteFile(const std::string& name, const std::vector<uint8_t>& bytes) {
+    std::string path = dir_ + "/" + name;
+    FILE* f = fopen(path.c_str(), "wb");
+    if (f == nullptr) return "";
+    bool ok = fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+    return fclose(f) == 0 && ok ? path : "";
+}
+
+void Report::Summary(const std::string& line) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    summaries_.push_back(line);
+    if (trace_ != nullptr) fprintf(trace_, "SUMMARY %s\n", line.c_str());
+    printf("%s\n", line.c_str());
+    fflush(stdout);
+}
+
+}  // namespace hal3_check

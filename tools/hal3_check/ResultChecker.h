@@ -1,0 +1,139 @@
+#pragma once
+// Holds a camera device to the camera3 result rules. The device's callbacks
+// only copy what they are given and queue it; one checker thread takes the
+// queue in order and keeps the in-flight table: which frames are out, their
+// shutter, partial results, buffers and error notifications. Every broken
+// rule becomes one failure line starting with "[rule <id>]".
+
+#include "Metadata.h"
+
+#include <hardware/camera3.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace hal3_check {
+
+int64_t NowNs();  // steady clock
+
+struct ReturnedBuffer {
+    camera3_stream_t* stream;
+    buffer_handle_t* handle;
+    int status;
+};
+
+// A frame the device has finished with, as the scenario sees it.
+struct FrameRecord {
+    uint32_t frame = 0;
+    int64_t submitNs = 0, doneNs = 0;
+    uint64_t shutterNs = 0;
+    bool errorRequest = false, errorResult = false;
+    MetadataPtr result;  // every partial merged; null when none came
+    std::vector<ReturnedBuffer> buffers;
+};
+
+class ResultChecker {
+public:
+    // Runs on the checker thread for each returned buffer; returns a failure or "".
+    using Inspector = std::function<std::string(uint32_t frame, const ReturnedBuffer&)>;
+    using TraceSink = std::function<void(const std::string&)>;
+
+    ResultChecker(uint32_t partialCount, int64_t stallNs, TraceSink trace);
+    ~ResultChecker();
+
+    // Callback side: copy and queue, nothing else.
+    void OnResult(const camera3_capture_result_t* result);
+    void OnNotify(const camera3_notify_msg_t* msg);
+
+    // Submitting thread, before process_capture_request / when it fails.
+    void OnSubmit(const camera3_capture_request_t& request);
+    void OnSubmitFailed(uint32_t frame);
+
+    void SetInspector(Inspector inspector);
+    // Waits until every queued callback has been checked.
+    void Sync();
+    // Waits until nothing is in flight; on a stall (no progress for the stall
+    // time) records what is missing and the in-flight table, and returns false.
+    bool WaitIdle();
+    size_t InFlight();
+    std::vector<FrameRecord> TakeCompleted();
+    std::vector<std::string> TakeFailures();
+    void Fail(const std::string& failure);
+    std::string InFlightTable();
+    uint32_t errorFrames();
+    // CPU time of the checker thread so far.
+    int64_t CpuNs();
+
+private:
+    struct Event;
+    struct Pending {
+        camera3_stream_t* stream;
+        buffer_handle_t* handle;
+        bool returned = false;
+        uint32_t overtakenBy = 0;  // a later frame's buffer of this stream came back first
+    };
+    struct Entry {
+        int64_t submitNs = 0;
+        bool shutter = false, anyResult = false, anyMetadata = false, finalMetadata = false;
+        bool errorRequest = false, errorResult = false;
+        uint64_t shutterNs = 0;
+        int64_t sensorNs = -1;
+        std::set<uint32_t> partials, keys;
+        std::set<camera3_stream_t*> errorBuffers;
+        std::vector<Pending> buffers;
+        MetadataPtr result;
+    };
+
+    void Push(Event&& e);
+    void Run();
+    void Handle(Event& e);
+    void HandleResult(Event& e);
+    void HandleNotify(const camera3_notify_msg_t& msg);
+    void HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b);
+    void ShutterBeforeResult(uint32_t frame, Entry& entry);
+    void MaybeComplete(uint32_t frame, int64_t arrivalNs);
+    Entry* Lookup(uint32_t frame, const char* what);
+    void ExplainStall();
+    void FailLocked(const std::string& f);
+    std::string InFlightTableLocked();
+
+    const uint32_t partialCount_;
+    const int64_t stallNs_;
+    TraceSink trace_;
+    Inspector inspector_;
+
+    std::mutex queueMutex_;
+    std::condition_variable queueCv_;
+    std::deque<Event> queue_;
+    uint64_t pushed_ = 0;
+    bool stop_ = false;
+
+    // Checker state, guarded by stateMutex_.
+    std::mutex stateMutex_;
+    std::condition_variable stateCv_;
+    uint64_t handled_ = 0;
+    int64_t lastProgressNs_ = 0;
+    std::map<uint32_t, Entry> inFlight_;
+    std::map<uint32_t, bool> done_;         // finished frames: true when by ERROR_REQUEST
+    std::set<uint32_t> stallExplained_;     // frames already named by a time-out
+    std::map<camera3_stream_t*, std::deque<uint32_t>> streamQueues_;
+    uint32_t lastShutterFrame_ = 0, lastFinalFrame_ = 0;
+    bool anyShutter_ = false, anyFinal_ = false, deviceError_ = false;
+    uint64_t lastShutterNs_ = 0;
+    uint32_t errorFrames_ = 0;
+    std::vector<FrameRecord> completed_;
+    std::vector<std::string> failures_;
+    int64_t cpuNs_ = 0;
+
+    std::thread thread_;
+};
+
+}  // namespace hal3_check

@@ -1,0 +1,26 @@
+# Runs hal3_check's preview scenario with one fault injected in the camera core
+# and passes only if the run ended normally (its closing line printed, no
+# sanitizer report) and failed under RULE; with RULE "-" the run must pass.
+set(ENV{ZELKOV_CAMERA_CONFIG} ${CONFIG})
+set(ENV{ZELKOV_CAMERA_FAULT} ${FAULT}@5)
+execute_process(COMMAND ${EXE} --out=${OUT} --frames=12 --stall-ms=1000 --gtest_filter=Camera/Preview.*
+                RESULT_VARIABLE rc OUTPUT_VARIABLE output ERROR_VARIABLE errors TIMEOUT 50)
+message("${output}${errors}")
+if(NOT output MATCHES "hal3_check: [0-9]+ scenario run")
+  message(FATAL_ERROR "hal3_check did not finish (crash or hang: ${rc})")
+endif()
+if(errors MATCHES "Sanitizer|runtime error")
+  message(FATAL_ERROR "hal3_check finished with a sanitizer report")
+endif()
+if(RULE STREQUAL "-")
+  if(NOT rc EQUAL 0 OR NOT output MATCHES "error_frames=[1-9]")
+    message(FATAL_ERROR "fault ${FAULT}: the run should pass and count an error frame (exit ${rc})")
+  endif()
+elseif(NOT rc EQUAL 1)
+  message(FATAL_ERROR "fault ${FAULT}: hal3_check should fail with exit 1, got ${rc}")
+else()
+  string(FIND "${output}${errors}" "[rule ${RULE}]" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "fault ${FAULT}: not caught under [rule ${RULE}]")
+  endif()
+endif()
