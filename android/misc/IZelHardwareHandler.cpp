@@ -9,8 +9,9 @@ namespace zelkov {
 IZelHardwareHandler::~IZelHardwareHandler() = default;
 
 IZelHardwareHandler* IZelHardwareHandler::GetInstance() {
-    static ZelHardwareHandler handler;
-    return &handler;
+    // Made once and never destroyed: camera threads may still call it while the process exits.
+    static ZelHardwareHandler* const handler = new ZelHardwareHandler;
+    return handler;
 }
 
 int ZelHardwareHandler::GetModule(const char* id, const hw_module_t** module) {

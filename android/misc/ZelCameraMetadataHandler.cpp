@@ -156,6 +156,7 @@ int ZelCameraMetadataHandler::Sort(camera_metadata* metadata) {
 }  // namespace zelkov
 
 extern "C" zelkov::IZelCameraMetadataHandler* _GetCameraMetadataHandler() {
-    static zelkov::ZelCameraMetadataHandler handler;
-    return &handler;
+    // Made once and never destroyed: camera threads may still call it while the process exits.
+    static zelkov::ZelCameraMetadataHandler* const handler = new zelkov::ZelCameraMetadataHandler;
+    return handler;
 }

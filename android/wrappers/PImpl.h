@@ -23,8 +23,10 @@ public:
     PImpl(const PImpl& other);
     // Allocates a record if this wrapper has none, then copies `other`'s into it.
     PImpl& operator=(const PImpl& other);
-    PImpl(PImpl&& other);
-    PImpl& operator=(PImpl&& other);
+    // Moves never throw, so containers move wrappers instead of copying them
+    // (a copy would turn a borrowing wrapper into an owning one).
+    PImpl(PImpl&& other) noexcept;
+    PImpl& operator=(PImpl&& other) noexcept;
     virtual ~PImpl();
 
     static void Free(T* record);

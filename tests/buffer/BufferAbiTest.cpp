@@ -1,6 +1,6 @@
 // Layouts and virtual slots the camera core is compiled against; exact on 32-bit ARM.
 #include <cstddef>
-#include <cstring>
+#include <iterator>
 
 #include <gtest/gtest.h>
 
@@ -32,14 +32,12 @@ TEST(BufferAbiTest, RecordLayouts) {
 }
 
 TEST(BufferAbiTest, VirtualSlotsFollowTheDestructors) {
-    const std::ptrdiff_t slot = sizeof(void*);
+    using H = IZelBufferHandler;
+    const std::ptrdiff_t offsets[] = {VtableOffset(&H::Lock),     VtableOffset(&H::LockYCbCr),
+                                      VtableOffset(&H::Unlock),   VtableOffset(&H::Allocate),
+                                      VtableOffset(&H::Free),     VtableOffset(&H::GetAccessRegion)};
     // Slots 0 and 1 are the two destructors.
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::Lock), 2 * slot);
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::LockYCbCr), 3 * slot);
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::Unlock), 4 * slot);
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::Allocate), 5 * slot);
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::Free), 6 * slot);
-    EXPECT_EQ(VtableOffset(&IZelBufferHandler::GetAccessRegion), 7 * slot);
+    for (std::size_t i = 0; i < std::size(offsets); ++i) EXPECT_EQ(offsets[i], std::ptrdiff_t(i + 2) * sizeof(void*)) << i;
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <vector>
 
 namespace zelkov_test {
@@ -46,7 +45,6 @@ public:
         std::memcpy(m_bytes.data() + offset, &value, sizeof(V));
         std::memcpy(m_before.data() + offset, &value, sizeof(V));
     }
-    void Reset() { m_bytes = m_before; }
 
 private:
     static constexpr std::size_t kGuard = 16;

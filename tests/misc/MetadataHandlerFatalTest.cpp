@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <android/misc/IZelCameraMetadataHandler.h>
 #include <zelkov_platform/log_control.h>
@@ -20,10 +21,16 @@ TEST(MetadataHandlerFatalTest, AMissingHandlerIsLoggedThenAborts) {
                 "CameraMetadataHandler can not be NULL\\.");
 }
 
-TEST(MetadataHandlerFatalTest, AbortsAlsoWithLoggingOff) {
-    zelkov_platform::SetLogMask(0x40);  // the fatal level's own bit does not enable it
-    EXPECT_EXIT(zelkov::GetCameraMetadataHandler(), testing::KilledBySignal(SIGABRT), "");
-    zelkov_platform::SetLogMask(-1);
+// Any message ends the child with 1, the abort with 0.
+TEST(MetadataHandlerFatalTest, AbortsSilentlyWithErrorsOff) {
+    EXPECT_EXIT(
+        {
+            zelkov_platform::SetLogMask(0x40);  // the fatal level's own bit does not enable it
+            zelkov_platform::SetLogSink([](int, const char*, const char*, void*) { std::_Exit(1); }, nullptr);
+            std::signal(SIGABRT, [](int) { std::_Exit(0); });
+            zelkov::GetCameraMetadataHandler();
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

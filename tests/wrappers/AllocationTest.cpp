@@ -13,11 +13,12 @@ extern "C" void __libc_free(void* pointer);
 
 namespace {
 
-// Fixed arrays: the hooks must not allocate themselves.
+// Heap calls made while `active`. Fixed arrays and scalars only, so that
+// neither the hooks nor the checks allocate.
 constexpr std::size_t kMaxCalls = 32;
 struct HeapWatch {
     bool active = false;
-    std::size_t failNextOfSize = 0;  // 0: fail nothing
+    std::size_t failNextOfSize = 0;  // only the wrapper's own request fails, whatever else the runtime allocates
     std::size_t mallocCount = 0;
     std::size_t mallocSizes[kMaxCalls];
     std::size_t freeCount = 0;
@@ -25,25 +26,13 @@ struct HeapWatch {
 };
 HeapWatch g_watch;
 
-// Watches the heap calls made inside one scope. Only scalars are read back,
-// so that checking them allocates nothing.
-class Watching {
-public:
+// Watches the heap calls made inside one scope.
+struct Watching {
     Watching() {
-        g_watch.mallocCount = 0;
-        g_watch.freeCount = 0;
+        g_watch = HeapWatch();
         g_watch.active = true;
     }
-    ~Watching() {
-        g_watch.active = false;
-        g_watch.failNextOfSize = 0;
-    }
-    // Only the wrapper's own request fails, whatever else the runtime allocates.
-    void FailNextMallocOf(std::size_t size) { g_watch.failNextOfSize = size; }
-    std::size_t MallocCount() const { return g_watch.mallocCount; }
-    std::size_t LastMallocSize() const { return g_watch.mallocSizes[g_watch.mallocCount - 1]; }
-    std::size_t FreeCount() const { return g_watch.freeCount; }
-    void* Freed(std::size_t index) const { return g_watch.frees[index]; }
+    ~Watching() { g_watch.active = false; }
 };
 
 }  // namespace
@@ -60,7 +49,7 @@ extern "C" void* malloc(std::size_t size) {
 }
 
 extern "C" void free(void* pointer) {
-    if (g_watch.active && pointer != nullptr && g_watch.freeCount < kMaxCalls) {
+    if (g_watch.active && g_watch.freeCount < kMaxCalls) {  // null included: the wrapper never frees null
         g_watch.frees[g_watch.freeCount++] = pointer;
     }
     __libc_free(pointer);
@@ -74,88 +63,60 @@ using zelkov::ZelCamera3Stream;
 TEST(WrapperHeap, OnlyConstructionCopyAndCreateAllocateOneRecordEach) {
     Watching watch;
     ZelCamera3Stream stream;
-    ASSERT_EQ(watch.MallocCount(), 1u);
-    EXPECT_EQ(watch.LastMallocSize(), ZelCamera3Stream::Size());
+    ASSERT_EQ(g_watch.mallocCount, 1u);
+    EXPECT_EQ(g_watch.mallocSizes[g_watch.mallocCount - 1], ZelCamera3Stream::Size());
     stream.SetWidth(4);
-    (void)stream.GetWidth();
-    (void)stream.Ptr();
-    (void)ZelCamera3Stream::Size();
-    EXPECT_EQ(watch.MallocCount(), 1u);  // accessors, Ptr and Size never allocate
-
     ZelCamera3Stream copy(stream);
-    EXPECT_EQ(watch.MallocCount(), 2u);
     copy = stream;  // has a record already: no allocation
-    EXPECT_EQ(watch.MallocCount(), 2u);
+    EXPECT_EQ(g_watch.mallocCount, 2u);
     camera3_stream* array = ZelCamera3Stream::Create(3);
-    EXPECT_EQ(watch.LastMallocSize(), 3 * ZelCamera3Stream::Size());
+    EXPECT_EQ(g_watch.mallocSizes[g_watch.mallocCount - 1], 3 * ZelCamera3Stream::Size());
     ZelCamera3Stream::Free(array);
-    EXPECT_EQ(watch.Freed(watch.FreeCount() - 1), static_cast<void*>(array));
+    EXPECT_EQ(g_watch.frees[g_watch.freeCount - 1], static_cast<void*>(array));
 }
 
-TEST(WrapperHeap, DestructionFreesOwnedRecordsOnly) {
+TEST(WrapperHeap, OnlyOwnedRecordsAreFreedEachOnce) {
     ZelCamera3HalStream borrowedStorage;
     Watching watch;
     void* owned = nullptr;
     {
         ZelCamera3HalStream owner;
         owned = owner.Ptr();
+        owner.ResetPtr(owner.Ptr(), true);  // its own record: kept
         ZelCamera3HalStream borrower(borrowedStorage.Ptr(), false);
+        ZelCamera3HalStream moved(std::move(borrower));
+        ZelCamera3HalStream released;
+        ZelCamera3HalStream::Free(released.Release());
+        ZelCamera3HalStream target;
+        target = std::move(released);  // frees target's record
     }
-    ASSERT_EQ(watch.FreeCount(), 1u);
-    EXPECT_EQ(watch.Freed(0), owned);
-}
-
-TEST(WrapperHeap, ReleasedAndMovedFromWrappersFreeNothing) {
-    Watching watch;
-    void* record = nullptr;
-    {
-        ZelCamera3Stream source;
-        record = source.Ptr();
-        ZelCamera3Stream target(std::move(source));
-        camera3_stream* released = target.Release();
-        EXPECT_EQ(released, record);
-    }
-    EXPECT_EQ(watch.FreeCount(), 0u);
-    ZelCamera3Stream::Free(static_cast<camera3_stream*>(record));
-}
-
-TEST(WrapperHeap, MoveAssignmentAndResetPtrFreeTheOwnedRecord) {
-    Watching watch;
-    ZelCamera3Stream target;
-    void* first = target.Ptr();
-    ZelCamera3Stream source;
-    void* second = source.Ptr();
-    target = std::move(source);
-    ASSERT_EQ(watch.FreeCount(), 1u);
-    EXPECT_EQ(watch.Freed(0), first);
-    target.ResetPtr(nullptr, false);
-    ASSERT_EQ(watch.FreeCount(), 2u);
-    EXPECT_EQ(watch.Freed(1), second);
+    ASSERT_EQ(g_watch.freeCount, 3u);  // released's record, target's, then owner's
+    EXPECT_EQ(g_watch.frees[2], owned);
 }
 
 TEST(WrapperHeap, FailedMallocLeavesANullOwnedRecord) {
     Watching watch;
-    watch.FailNextMallocOf(ZelCamera3Stream::Size());
-    ZelCamera3Stream failed;
-    EXPECT_EQ(failed.Ptr(), nullptr);
-    failed.Clear();  // nothing to clear
+    g_watch.failNextOfSize = ZelCamera3Stream::Size();
+    {
+        ZelCamera3Stream failed;
+        EXPECT_EQ(failed.Ptr(), nullptr);
+        failed.Clear();  // nothing to clear
+    }
+    EXPECT_EQ(g_watch.freeCount, 0u);  // nothing freed through a null pointer
 
     ZelCamera3Stream source;
     source.SetWidth(8);
-    watch.FailNextMallocOf(ZelCamera3Stream::Size());
-    ZelCamera3Stream failedCopy(source);
-    EXPECT_EQ(failedCopy.Ptr(), nullptr);
-
+    g_watch.failNextOfSize = ZelCamera3Stream::Size();
+    EXPECT_EQ(ZelCamera3Stream(source).Ptr(), nullptr);
     ZelCamera3Stream empty(nullptr, false);
-    watch.FailNextMallocOf(ZelCamera3Stream::Size());
+    g_watch.failNextOfSize = ZelCamera3Stream::Size();
     empty.CopyFrom(source);
     EXPECT_EQ(empty.Ptr(), nullptr);
     // The wrapper owns the (null) record now: a later successful copy allocates and owns.
     empty.CopyFrom(source);
     ASSERT_NE(empty.Ptr(), nullptr);
     EXPECT_EQ(empty.GetWidth(), 8u);
-
-    watch.FailNextMallocOf(2 * ZelCamera3Stream::Size());
+    g_watch.failNextOfSize = 2 * ZelCamera3Stream::Size();
     EXPECT_EQ(ZelCamera3Stream::Create(2), nullptr);
 }
 

@@ -1,13 +1,14 @@
 #ifndef ZELKOV_TESTS_WRAPPERS_FIELD_PROBE_H
 #define ZELKOV_TESTS_WRAPPERS_FIELD_PROBE_H
 
-// Table-driven byte probe of accessor classes: each row names one getter and
-// setter pair, the byte offset of its field on the 32-bit target and a value.
-// The setter must write exactly the field's bytes of a pattern-filled borrowed
-// record, and the getter must read the value planted at that offset.
+// Table-driven byte probe of accessor classes, one row per getter and setter
+// pair: the setter must write exactly its field's bytes of a borrowed record,
+// and the getter must read a value planted at the field's offset.
 
 #include <cstddef>
 #include <cstdint>
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -23,18 +24,32 @@ namespace zelkov_test {
 // The 32-bit offset on the target; the compiler's offset elsewhere.
 #define FIELD_AT(offset32, record, member) (::zelkov_test::kIs32BitArm ? std::size_t{offset32} : offsetof(record, member))
 
-// Fill byte of the probed records; no byte of any value written below is 0xEE.
-constexpr std::uint8_t kPattern = 0xEE;
+// One row: accessor pair Get<Name>/Set<Name> (or GetFn/SetFn for a slot) of
+// wrapper W over member `member` of record R, at `offset32` on the target.
+#define FIELD(W, Name, offset32, R, member) \
+    ::zelkov_test::Field(#W "::" #Name, FIELD_AT(offset32, R, member), &W::Get##Name, &W::Set##Name, sizeof(R::member))
+#define SLOT(W, Name, offset32, R, member) \
+    ::zelkov_test::Field(#W "::" #Name, FIELD_AT(offset32, R, member), &W::GetFn##Name, &W::SetFn##Name, sizeof(R::member))
 
-// Fill of the records that copying setters read: their bytes, and the guard
-// bytes after them, all differ from kPattern, so a copy of even one byte more
-// than the record shows in the destination.
+// Fill of the records that copying setters read: it differs from both probe
+// fills, and the guard bytes after the source carry it too, so a copy of even
+// one byte more than the record shows.
 constexpr std::uint8_t kSourceFill = 0x5A;
 
 // A pointer (data or function) with a made-up address; never dereferenced.
 template <typename P>
 P FakePtr(std::uintptr_t address) {
     return reinterpret_cast<P>(address);
+}
+
+// A value of type V whose bytes are distinct and follow from `seed`; never dereferenced.
+template <typename V>
+V ValueFor(std::size_t seed) {
+    unsigned char bytes[sizeof(V)];
+    for (std::size_t i = 0; i < sizeof(V); ++i) bytes[i] = static_cast<unsigned char>(0x11 + seed + 3 * i);
+    V value;
+    std::memcpy(&value, bytes, sizeof(V));
+    return value;
 }
 
 // The platform record a wrapper holds.
@@ -46,64 +61,49 @@ W Borrow(ByteProbe& probe) {
     return W(static_cast<RecordOf<W>*>(probe.Data()), false);
 }
 
-template <typename W>
-struct FieldCase {
-    std::string name;
-    std::size_t offset;
-    std::size_t width;
-    std::function<void(W&)> set;
-    std::function<bool(const ByteProbe&)> holdsValue;  // the record's bytes at the offset
-    std::function<void(ByteProbe&)> plant;              // writes the value's bytes at the offset
-    std::function<bool(const W&)> readsValue;           // the getter returns the value
-};
-
-template <typename V>
-struct Same {
-    using type = V;
-};
-
-// One accessor pair. `width` is the field's size when it differs from the
-// accessor type's (a size_t field on a 64-bit host).
-template <typename W, typename V>
-FieldCase<W> Field(std::string name, std::size_t offset, V (W::*get)() const, void (W::*set)(V),
-                   typename Same<V>::type value, std::size_t width = sizeof(V)) {
-    return {std::move(name),
-            offset,
-            width,
-            [set, value](W& w) { (w.*set)(value); },
-            [offset, value](const ByteProbe& p) { return p.Read<V>(offset) == value; },
-            [offset, value](ByteProbe& p) { p.Write<V>(offset, value); },
-            [get, value](const W& w) { return (w.*get)() == value; }};
-}
-
-template <typename W>
-void ExpectEachFieldAtItsBytes(const std::vector<FieldCase<W>>& fields) {
-    for (const FieldCase<W>& field : fields) {
-        SCOPED_TRACE(field.name);
-        ByteProbe written(W::Size(), kPattern);
-        W writer = Borrow<W>(written);
-        field.set(writer);
-        EXPECT_EQ(written.ChangedOffsets(), Span(field.offset, field.width));
-        EXPECT_TRUE(field.holdsValue(written));
-
-        ByteProbe planted(W::Size(), kPattern);
-        field.plant(planted);
-        EXPECT_TRUE(field.readsValue(Borrow<W>(planted)));
+// Offsets (guard bytes after the record included) that `write` changes in a
+// borrowed record. It runs on two fills that differ in every bit, so each
+// written byte shows whatever value it gets, a real address included.
+template <typename W, typename Write>
+std::vector<std::size_t> WrittenBy(Write write) {
+    std::vector<std::size_t> offsets;
+    for (std::uint8_t fill : {0x00, 0xFF}) {
+        ByteProbe probe(W::Size(), fill);
+        W wrapper = Borrow<W>(probe);
+        write(wrapper);
+        for (std::size_t offset : probe.ChangedOffsets()) {
+            if (std::find(offsets.begin(), offsets.end(), offset) == offsets.end()) offsets.push_back(offset);
+        }
     }
+    std::sort(offsets.begin(), offsets.end());
+    return offsets;
 }
 
-// Record sizes: the 32-bit ABI size on the target, the compiler's elsewhere.
-struct SizeCase {
-    const char* name;
-    unsigned int size;
-    std::size_t size32;
-    std::size_t hostSize;
+struct FieldCheck {
+    std::string name;
+    std::function<void()> run;
 };
 
-inline void ExpectSizes(const std::vector<SizeCase>& cases) {
-    for (const SizeCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(c.size, kIs32BitArm ? c.size32 : c.hostSize);
+// `width` is the field's size, which differs from the accessor type's for a
+// size_t field on a 64-bit host.
+template <typename W, typename V, typename G>
+FieldCheck Field(std::string name, std::size_t offset, G get, void (W::*set)(V), std::size_t width) {
+    return {std::move(name), [=] {
+                const V value = ValueFor<V>(offset);
+                EXPECT_EQ(WrittenBy<W>([&](W& w) { (w.*set)(value); }), Span(offset, width));
+                ByteProbe written(W::Size(), 0xEE);
+                (Borrow<W>(written).*set)(value);
+                EXPECT_TRUE(written.Read<V>(offset) == value);
+                ByteProbe planted(W::Size(), 0xEE);
+                planted.Write<V>(offset, value);
+                EXPECT_TRUE(V((Borrow<W>(planted).*get)()) == value);
+            }};
+}
+
+inline void ExpectEachFieldAtItsBytes(const std::vector<FieldCheck>& fields) {
+    for (const FieldCheck& field : fields) {
+        SCOPED_TRACE(field.name);
+        field.run();
     }
 }
 

@@ -33,13 +33,13 @@ PImpl<T, Impl>& PImpl<T, Impl>::operator=(const PImpl& other) {
 }
 
 template <typename T, typename Impl>
-PImpl<T, Impl>::PImpl(PImpl&& other) : m_record(other.m_record), m_owned(other.m_owned) {
+PImpl<T, Impl>::PImpl(PImpl&& other) noexcept : m_record(other.m_record), m_owned(other.m_owned) {
     other.m_record = nullptr;
     other.m_owned = false;
 }
 
 template <typename T, typename Impl>
-PImpl<T, Impl>& PImpl<T, Impl>::operator=(PImpl&& other) {
+PImpl<T, Impl>& PImpl<T, Impl>::operator=(PImpl&& other) noexcept {
     if (&other != this) {
         ResetPtr(other.Ptr(), other.m_owned);
         other.m_record = nullptr;
@@ -50,7 +50,7 @@ PImpl<T, Impl>& PImpl<T, Impl>::operator=(PImpl&& other) {
 
 template <typename T, typename Impl>
 PImpl<T, Impl>::~PImpl() {
-    if (m_owned) std::free(m_record);
+    if (m_owned && m_record != nullptr) std::free(m_record);
 }
 
 template <typename T, typename Impl>
@@ -83,7 +83,8 @@ T* PImpl<T, Impl>::Ptr() const {
 
 template <typename T, typename Impl>
 void PImpl<T, Impl>::ResetPtr(const T* record, bool owned) {
-    if (m_owned) std::free(m_record);
+    // The record this wrapper already holds is kept, only its flag changes.
+    if (m_owned && m_record != nullptr && Ptr() != record) std::free(m_record);
     m_record = reinterpret_cast<Impl*>(const_cast<T*>(record));
     m_owned = owned && record != nullptr;
 }

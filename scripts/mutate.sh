@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# Mutation check of the test suites. Each line of tests/mutants.txt names a
+# file, an exact fragment that occurs once in it, its replacement and the
+# fault it models (TAB-separated; '#' comments and blank lines are skipped).
+# Every mutant is applied alone to a scratch copy of the tree, the host preset
+# is rebuilt there (incrementally: the scratch tree and its build persist) and
+# the tests run; a failing or hanging test kills the mutant.
+#
+#   scripts/mutate.sh [PATTERN...]   only the mutants whose line matches a pattern (grep -E)
+#
+# Environment: ZEL_MUTATE_DIR (scratch tree, default build/mutate-tree, under the
+# ccache base directory so unchanged sources come from the cache),
+# ZEL_MUTATE_TIMEOUT (seconds per test, default 60).
+set -u -o pipefail
+
+repo=$(cd "$(dirname "$0")/.." && pwd)
+scratch=${ZEL_MUTATE_DIR:-$repo/build/mutate-tree}
+timeout=${ZEL_MUTATE_TIMEOUT:-60}
+mutants="$repo/tests/mutants.txt"
+export CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} CCACHE_BASEDIR=${CCACHE_BASEDIR:-/work} CCACHE_NOHASHDIR=1
+export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER:-ccache} CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+
+# The working tree as it is (uncommitted edits included), without build trees.
+sync_tree() {
+    mkdir -p "$scratch"
+    tar -C "$repo" --exclude=./build --exclude=./.git -cf - . | tar -C "$scratch" -xf -
+    # A run that was interrupted left a mutated file behind: the copy above put
+    # back its older time stamp, so mark it changed for the build.
+    find "$scratch" -name '*.mutate-original' -print0 | while IFS= read -r -d '' saved; do
+        rm -f "$saved"
+        touch "${saved%.mutate-original}"
+    done
+}
+
+# Exit status 0 when the line is one of the selected mutants.
+selected() {
+    [ $# -eq 1 ] && return 0
+    local line=$1; shift
+    for pattern in "$@"; do grep -qE -- "$pattern" <<<"$line" && return 0; done
+    return 1
+}
+
+# Replaces the single occurrence of $2 in file $1 by $3; status 2 if the
+# fragment is missing, 3 if it occurs more than once.
+apply() {
+    python3 - "$@" <<'PY'
+import sys
+path, fragment, replacement = sys.argv[1:4]
+text = open(path).read()
+count = text.count(fragment)
+if count != 1:
+    sys.exit(2 if count == 0 else 3)
+open(path, 'w').write(text.replace(fragment, replacement))
+PY
+}
+
+sync_tree
+(cd "$scratch" && cmake --preset host >/dev/null) || { echo "mutate: configure failed" >&2; exit 2; }
+(cd "$scratch" && cmake --build --preset host -j2 >/dev/null) || { echo "mutate: the unmutated tree does not build" >&2; exit 2; }
+
+killed=0 survived=0 errors=0
+while IFS= read -r line || [ -n "$line" ]; do
+    [[ -z "${line//[[:space:]]/}" || "$line" =~ ^[[:space:]]*# ]] && continue
+    selected "$line" "$@" || continue
+    # Split at each tab (read would merge the two around an empty replacement).
+    path=${line%%$'\t'*} rest=${line#*$'\t'}
+    fragment=${rest%%$'\t'*} rest=${rest#*$'\t'}
+    replacement=${rest%%$'\t'*} fault=${rest#*$'\t'}
+    label="$path: $fault"
+    original="$scratch/$path.mutate-original"
+    if [ ! -f "$scratch/$path" ]; then
+        echo "ERROR     $label (no such file)"; errors=$((errors + 1)); continue
+    fi
+    cp -p "$scratch/$path" "$original"
+    apply "$scratch/$path" "$fragment" "$replacement"
+    status=$?
+    if [ $status -ne 0 ]; then
+        [ $status -eq 2 ] && why="fragment not found" || why="fragment not unique"
+        echo "ERROR     $label ($why)"; errors=$((errors + 1))
+        mv "$original" "$scratch/$path"; continue
+    fi
+    if ! (cd "$scratch" && cmake --build --preset host -j2 >/dev/null 2>&1); then
+        verdict=KILLED; detail="(does not build)"
+    elif (cd "$scratch" && ctest --preset host --stop-on-failure --timeout "$timeout" >/dev/null 2>&1); then
+        verdict=SURVIVED; detail=""
+    else
+        verdict=KILLED; detail=""
+    fi
+    [ $verdict = KILLED ] && killed=$((killed + 1)) || survived=$((survived + 1))
+    printf '%-9s %s %s\n' "$verdict" "$label" "$detail"
+    # Restore with the original timestamp, so the next build recompiles it again.
+    mv "$original" "$scratch/$path"
+    touch "$scratch/$path"
+done <"$mutants"
+
+total=$((killed + survived))
+echo "score: $killed/$total killed, $survived survived, $errors errors"
+[ $survived -eq 0 ] && [ $errors -eq 0 ]
