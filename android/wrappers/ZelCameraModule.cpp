@@ -52,10 +52,10 @@ ZEL_SLOT_ACCESSORS(ZelVendorTagOps, GetSectionName, GetSectionNameFn, get_sectio
 ZEL_SLOT_ACCESSORS(ZelVendorTagOps, GetTagName, GetTagNameFn, get_tag_name)
 ZEL_SLOT_ACCESSORS(ZelVendorTagOps, GetTagType, GetTagTypeFn, get_tag_type)
 
-ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetSectionName, GetSectionNameFn, get_section_name)
-ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagName, GetTagNameFn, get_tag_name)
-ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagType, GetTagTypeFn, get_tag_type)
-ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagCount, GetTagCountFn, get_tag_count)
-ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTags, GetTagsFn, get_tags)
+ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetSectionName, GetSectionNameFn, get_camera_vendor_section_name)
+ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagName, GetTagNameFn, get_camera_vendor_tag_name)
+ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagType, GetTagTypeFn, get_camera_vendor_tag_type)
+ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTagCount, GetTagCountFn, get_camera_vendor_tag_count)
+ZEL_SLOT_ACCESSORS(ZelVendorTagQueryOps, GetTags, GetTagsFn, get_camera_vendor_tags)
 
 }  // namespace zelkov

@@ -20,7 +20,7 @@ static_assert(sizeof(hw_device_t) == 64 && offsetof(hw_device_t, reserved) == 12
               "hw_device_t layout");
 static_assert(sizeof(hw_module_methods_t) == 4, "hw_module_methods_t layout");
 static_assert(sizeof(vendor_tag_ops) == 52 && offsetof(vendor_tag_ops, reserved) == 20, "vendor_tag_ops layout");
-static_assert(sizeof(vendor_tag_query_ops) == 20 && offsetof(vendor_tag_query_ops, get_tag_count) == 12,
+static_assert(sizeof(vendor_tag_query_ops) == 20 && offsetof(vendor_tag_query_ops, get_camera_vendor_tag_count) == 12,
               "vendor_tag_query_ops layout");
 static_assert(sizeof(camera_module) == 188 && offsetof(camera_module, get_number_of_cameras) == 128 &&
                   offsetof(camera_module, is_concurrent_stream_combination_supported) == 180,

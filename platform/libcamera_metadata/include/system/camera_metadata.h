@@ -128,9 +128,17 @@ int get_local_camera_metadata_tag_type(uint32_t tag, const camera_metadata_t* me
 // The tags whose values need the camera permission; *tag_count is their number.
 const int32_t* get_camera_metadata_permission_needed(uint32_t* tag_count);
 
-// The retired query ops: always refused (returns 1). The struct's fields are
-// declared by <hardware/camera3.h>, whose device ops hand one out.
+// The retired per-device vendor tag queries, which a camera3 device still
+// hands out through get_metadata_vendor_tag_ops. Setting them is always
+// refused (returns 1).
 typedef struct vendor_tag_query_ops vendor_tag_query_ops_t;
+struct vendor_tag_query_ops {
+    const char* (*get_camera_vendor_section_name)(const vendor_tag_query_ops_t* v, uint32_t tag);
+    const char* (*get_camera_vendor_tag_name)(const vendor_tag_query_ops_t* v, uint32_t tag);
+    int (*get_camera_vendor_tag_type)(const vendor_tag_query_ops_t* v, uint32_t tag);
+    int (*get_camera_vendor_tag_count)(const vendor_tag_query_ops_t* v);
+    void (*get_camera_vendor_tags)(const vendor_tag_query_ops_t* v, uint32_t* tag_array);
+};
 int set_camera_metadata_vendor_tag_ops(const vendor_tag_query_ops_t* query_ops);
 
 // Writes the buffer's entries to fd: verbosity 0 names them, 1 adds up to 16

@@ -208,14 +208,6 @@ typedef struct camera3_callback_ops {
                                   const camera3_stream_buffer_t* const* buffers);
 } camera3_callback_ops_t;
 
-typedef struct vendor_tag_query_ops {
-    const char* (*get_section_name)(const struct vendor_tag_query_ops* v, uint32_t tag);
-    const char* (*get_tag_name)(const struct vendor_tag_query_ops* v, uint32_t tag);
-    int (*get_tag_type)(const struct vendor_tag_query_ops* v, uint32_t tag);
-    int (*get_tag_count)(const struct vendor_tag_query_ops* v);
-    void (*get_tags)(const struct vendor_tag_query_ops* v, uint32_t* tag_array);
-} vendor_tag_query_ops_t;
-
 // Only named here: the device's drop-buffer-cache entry takes one.
 struct camera3_buffer_cache;
 
