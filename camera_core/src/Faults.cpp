@@ -37,10 +37,10 @@ const char* Faults::Name(Fault fault) {
 Faults Faults::FromEnvironmentOr(const FaultConfig& config) {
     const char* text = std::getenv("ZELKOV_CAMERA_FAULT");
     if (text == nullptr || *text == '\0') return config.name.empty() ? Faults() : Parse(config.name, config.frame);
-    const std::string spec = text;
-    const size_t at = spec.find('@');
-    if (at == std::string::npos) return Parse(spec, 5);
-    return Parse(spec.substr(0, at), static_cast<uint32_t>(std::strtoul(spec.c_str() + at + 1, nullptr, 10)));
+    const std::string request = text;
+    const size_t at = request.find('@');
+    if (at == std::string::npos) return Parse(request, 5);
+    return Parse(request.substr(0, at), static_cast<uint32_t>(std::strtoul(request.c_str() + at + 1, nullptr, 10)));
 }
 
 bool Faults::At(Fault fault, uint32_t frame) const {
