@@ -39,12 +39,3 @@ void SensorTest::TearDown() {
 }
 
 }  // namespace zelkov_test
-
-// The platform's libutils is not built with the thread sanitizer, so the
-// atomics of its reference counts are invisible to it. After a stop has
-// joined the looper thread and dropped its reference, the exiting thread may
-// drop the last one and delete the thread object: ordered by those atomics,
-// unordered to the sanitizer. Only that destructor is excused.
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:~SensorListenerThread\n";
-}
