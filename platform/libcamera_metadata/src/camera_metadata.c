@@ -298,6 +298,17 @@ static void require_data_within_count(const camera_metadata_buffer_entry_t* entr
     }
 }
 
+// Validation bounds the entry array and the data area by data_start and size
+// only, so either may start inside the header: a write there overwrites the
+// header on the device. (A new entry lies below data_start, so a new entry
+// past the header implies new values past it too.)
+static void require_write_past_header(uint64_t at, const char* what, const char* call) {
+    if (at < sizeof(camera_metadata_t)) {
+        strict(call, "%s at byte %" PRIu64 " inside the %zu-byte header (the device overwrites the header)", what, at,
+               sizeof(camera_metadata_t));
+    }
+}
+
 static size_t entry_data_bytes(const camera_metadata_buffer_entry_t* entry) {
     return calculate_camera_metadata_entry_data_size(entry->type, entry->count);
 }
@@ -315,6 +326,11 @@ int append_camera_metadata(camera_metadata_t* dst, const camera_metadata_t* src)
         return ERROR;
     }
 
+    if (source.entry_count != 0) {
+        require_write_past_header(dst->entries_start + (uint64_t)sizeof(camera_metadata_buffer_entry_t) * dst->entry_count,
+                                  "appended entries", __func__);
+    }
+    if (source.data_count != 0) require_write_past_header((uint64_t)dst->data_start + dst->data_count, "appended values", __func__);
     camera_metadata_buffer_entry_t* appended = get_entries(dst) + dst->entry_count;
     memcpy(appended, (const uint8_t*)src + source.entries_start, sizeof(*appended) * source.entry_count);
     bool has_data = false;
@@ -366,6 +382,8 @@ static int add_camera_metadata_entry_raw(camera_metadata_t* dst, uint32_t tag, u
     size_t data_bytes = calculate_camera_metadata_entry_data_size(type, data_count);
     if (data_bytes + dst->data_count > dst->data_capacity) return ERROR;
 
+    require_write_past_header(dst->entries_start + (uint64_t)sizeof(camera_metadata_buffer_entry_t) * dst->entry_count,
+                              "new entry", "add_camera_metadata_entry");
     size_t data_payload_bytes = data_count * camera_metadata_type_size[type];
     camera_metadata_buffer_entry_t* entry = get_entries(dst) + dst->entry_count;
     memset(entry, 0, sizeof(*entry));

@@ -69,6 +69,17 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
         {"more entries than capacity", Set(kEntryCount, 5), kError},
         {"more data than capacity", Set(kDataCount, 72), kError},
         {"entries overlapping data", Add(kEntryCapacity, 1), kError},
+        // The end of the entries counts capacity times 16 bytes: one more
+        // entry than fits is caught even though start + capacity fits.
+        {"data start inside the entry array", Set(kDataStart, 64), kError},
+        {"data start one entry early", Add(kDataStart, static_cast<uint32_t>(-kEntryBytes)), kError},
+        {"entries start wrapping", Set(kEntriesStart, 0xffffffc0u), kError},
+        {"entry capacity times 16 wrapping", Set(kEntryCapacity, 0x10000000u), kError},
+        {"gap between entries and data", [](camera_metadata_t* m, size_t&) {
+             SetHeaderWord(m, kDataStart, 120);
+             SetHeaderWord(m, kDataCapacity, 56);
+         }, kOk},
+        {"data area ending before the size", Add(kDataCapacity, static_cast<uint32_t>(-8)), kOk},
         {"entry capacity wrapping", Set(kEntryCapacity, 0x10000001u), kError},
         {"data past the end", Add(kDataCapacity, 8), kError},
         {"data start wrapping", Set(kDataStart, 0xfffffff8u), kError},
@@ -103,6 +114,59 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
     }
     EXPECT_EQ(validate_camera_metadata_structure(nullptr, nullptr), kError);
     set_camera_metadata_vendor_ops(nullptr);
+}
+
+// Validation bounds the entries and the data by data_start and size only, so
+// an empty buffer may place either inside its header: valid (and shifted when
+// misaligned), but the first write there would overwrite the header.
+TEST(ValidateDeathTest, RegionsInsideTheHeaderAreValidButNotWritable) {
+    MetadataPtr entries(clone_camera_metadata(reinterpret_cast<camera_metadata_t*>(ValidBuffer().data())));
+    MetadataPtr values_only(allocate_camera_metadata(0, 8));
+    SetHeaderWord(values_only.get(), kDataCount, 8);
+    MetadataPtr nothing(allocate_camera_metadata(1, 8));
+    const int32_t region[] = {0, 0, 100, 100, 1};
+    const std::function<int(camera_metadata_t*)> add = [&](camera_metadata_t* m) {
+        return add_camera_metadata_entry(m, ANDROID_CONTROL_AF_REGIONS, region, 5);
+    };
+    const auto append = [](const camera_metadata_t* src) {
+        return std::function<int(camera_metadata_t*)>([=](camera_metadata_t* m) { return append_camera_metadata(m, src); });
+    };
+    struct Case {
+        const char* what;
+        uint32_t entries_start, entry_capacity, data_start;
+        std::function<int(camera_metadata_t*)> write;
+        const char* rule;  // nullptr: the write is harmless and succeeds
+    };
+    const Case cases[] = {
+        {"entries at byte 0", 0, 4, 112, add, "add_camera_metadata_entry: new entry at byte 0 inside the 48-byte header"},
+        {"entries at byte 32", 32, 4, 112, add, "add_camera_metadata_entry: new entry at byte 32 inside the 48-byte header"},
+        {"appended entries", 16, 4, 112, append(entries.get()),
+         "append_camera_metadata: appended entries at byte 16 inside the 48-byte header"},
+        {"appended values", 40, 0, 40, append(values_only.get()),
+         "append_camera_metadata: appended values at byte 40 inside the 48-byte header"},
+        {"appending nothing", 16, 4, 112, append(nothing.get()), nullptr},
+    };
+    const size_t size = 176;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::vector<uint64_t> block(size / 8 + 1);
+        camera_metadata_t* metadata = place_camera_metadata(block.data(), size, 4, 64);
+        ASSERT_NE(metadata, nullptr);
+        SetHeaderWord(metadata, kEntriesStart, c.entries_start);
+        SetHeaderWord(metadata, kEntryCapacity, c.entry_capacity);
+        SetHeaderWord(metadata, kDataStart, c.data_start);
+        EXPECT_EQ(validate_camera_metadata_structure(metadata, &size), kOk);
+        auto* shifted = reinterpret_cast<camera_metadata_t*>(reinterpret_cast<uint8_t*>(block.data()) + 4);
+        std::vector<uint64_t> saved = block;
+        std::memmove(shifted, metadata, size);
+        EXPECT_EQ(validate_camera_metadata_structure(shifted, &size), CAMERA_METADATA_VALIDATION_SHIFTED);
+        block = saved;
+        if (c.rule == nullptr) {
+            EXPECT_EQ(c.write(metadata), kOk);
+        } else {
+            EXPECT_DEATH(c.write(metadata), c.rule);
+        }
+    }
 }
 
 // A shifted buffer is read through copies: clone and the checked copy give
