@@ -11,15 +11,16 @@ namespace zelkov_platform {
 namespace ui {
 
 using android::BAD_VALUE;
-using android::INVALID_OPERATION;
 using android::NO_ERROR;
 using android::NO_MEMORY;
+using android::UNKNOWN_ERROR;
 using android::status_t;
 using android::UNKNOWN_TRANSACTION;
 
 namespace {
 
-// Larger requests fail as an allocator out of memory would.
+// Limits of the simulated allocator: a side past kMaxDimension is
+// unsupported, a buffer past kMaxBufferBytes out of resources.
 constexpr uint32_t kMaxDimension = 16384;
 constexpr uint64_t kMaxBufferBytes = 256ull << 20;
 
@@ -31,6 +32,9 @@ constexpr uint64_t kValidUsageBits =
     | (3u << 8) | (3u << 11) | (3u << 14) | (7u << 16) | (1u << 20)  // GPU, composer, protected, video, camera
     | (0x3Fu << 22) | (0xFull << 28) | (1ull << 32) | (0xFFFFull << 48)  // decoder .. image encoder, vendor, front
     | kRemovedUsageBits;
+// AIMapper_Error values a refused lock returns through libui unchanged.
+constexpr status_t kMapperBadBuffer = 2;
+constexpr status_t kMapperBadValue = 3;
 constexpr uint32_t kCpuReadMask = 0x0F;
 constexpr uint32_t kCpuWriteMask = 0xF0;
 
@@ -87,24 +91,34 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     }
     if (layerCount == 0) layerCount = 1;
     usage &= ~kRemovedUsageBits;
-    // Every refusal of the allocator reaches the caller as NO_MEMORY.
+    // Past this point the allocator answers: libui hands back a null handle
+    // and a zero stride with its error, mapped from the allocator's (an
+    // invalid usage bit BAD_VALUE, no resources NO_MEMORY, else UNKNOWN_ERROR).
+    const auto refuse = [&](status_t error) {
+        *outHandle = nullptr;
+        *outStride = 0;
+        return error;
+    };
+    if ((usage & ~kValidUsageBits) != 0) return refuse(BAD_VALUE);
     const FormatLayout* layout = FindFormatLayout(format);
-    if (layout == nullptr || (usage & ~kValidUsageBits) != 0) return NO_MEMORY;
+    if (layout == nullptr) return refuse(UNKNOWN_ERROR);  // UNSUPPORTED
     // A BLOB buffer is bytes in one row (the camera service asks for the JPEG
     // size x 1), so only its byte size is bounded, as on the device.
     const bool blob = format == HAL_PIXEL_FORMAT_BLOB;
-    if ((!blob && (width > kMaxDimension || height > kMaxDimension)) || layerCount > kMaxDimension) return NO_MEMORY;
+    if ((!blob && (width > kMaxDimension || height > kMaxDimension)) || layerCount > kMaxDimension) {
+        return refuse(UNKNOWN_ERROR);  // UNSUPPORTED
+    }
     const uint64_t stride = (uint64_t{width} + layout->strideAlign - 1) / layout->strideAlign * layout->strideAlign;
     const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;  // cannot overflow 64 bits here
-    if (byteSize > kMaxBufferBytes) return NO_MEMORY;
+    if (byteSize > kMaxBufferBytes) return refuse(NO_MEMORY);  // NO_RESOURCES
 
     const int fd = memfd_create("zelkov-gralloc", MFD_CLOEXEC);
-    if (fd < 0) return NO_MEMORY;
+    if (fd < 0) return refuse(NO_MEMORY);
     native_handle_t* handle = NewHandle(fd);
     if (handle == nullptr || ftruncate(fd, static_cast<off_t>(byteSize)) != 0) {
         std::free(handle);
         close(fd);
-        return NO_MEMORY;
+        return refuse(NO_MEMORY);
     }
     int* ints = &handle->data[handle->numFds];
     ints[kHandleIntWidth] = static_cast<int>(width);
@@ -140,21 +154,21 @@ status_t BufferStore::Free(buffer_handle_t handle) {
     return NO_ERROR;
 }
 
-// The platform passes the mapper's refusal (BAD_BUFFER, BAD_VALUE) through a
-// conversion that turns any mapper error into INVALID_OPERATION.
+// libui returns the mapper's refusal as it is: the positive AIMapper_Error
+// value cast to status_t (BAD_BUFFER 2, BAD_VALUE 3), not a status code.
 status_t BufferStore::MapForLock(Buffer* buffer, uint32_t usage, const android::Rect& bounds) {
-    if (buffer == nullptr) return INVALID_OPERATION;  // never allocated: BAD_BUFFER
+    if (buffer == nullptr) return kMapperBadBuffer;  // never allocated
     // The mapper refuses a lock without CPU access, or for CPU access the
     // buffer was not allocated for.
     const bool readRefused = (usage & kCpuReadMask) != 0 && (buffer->usage & kCpuReadMask) == 0;
     const bool writeRefused = (usage & kCpuWriteMask) != 0 && (buffer->usage & kCpuWriteMask) == 0;
-    if ((usage & (kCpuReadMask | kCpuWriteMask)) == 0 || readRefused || writeRefused) return INVALID_OPERATION;
+    if ((usage & (kCpuReadMask | kCpuWriteMask)) == 0 || readRefused || writeRefused) return kMapperBadValue;
     // An all-zero region means the whole buffer; any other must lie inside it.
     const bool whole = bounds.left == 0 && bounds.top == 0 && bounds.right == 0 && bounds.bottom == 0;
     if (!whole && (!bounds.isValid() || bounds.left < 0 || bounds.top < 0 ||
                    static_cast<uint32_t>(bounds.right) > buffer->width ||
                    static_cast<uint32_t>(bounds.bottom) > buffer->height)) {
-        return INVALID_OPERATION;
+        return kMapperBadValue;
     }
     if (buffer->mapping == nullptr) {
         void* mapping = mmap(nullptr, buffer->byteSize, PROT_READ | PROT_WRITE, MAP_SHARED, buffer->handle->data[0], 0);
@@ -174,15 +188,19 @@ status_t BufferStore::Lock(buffer_handle_t handle, uint32_t usage, const android
     const char* call = "GraphicBufferMapper::lock";
     Buffer* buffer = Find(handle, call);
     if (vaddr == nullptr) Abort(call, "null vaddr (libui writes the address through it)");
+    // libui writes the sizes from the plane layouts before the mapper locks,
+    // so a refused lock of a known buffer still writes them.
+    if (buffer != nullptr) {
+        int32_t bytesPerPixel, bytesPerStride;
+        LockedSizes(*buffer->layout, buffer->stride, &bytesPerPixel, &bytesPerStride);
+        if (outBytesPerPixel != nullptr) *outBytesPerPixel = bytesPerPixel;
+        if (outBytesPerStride != nullptr) *outBytesPerStride = bytesPerStride;
+    }
     status = MapForLock(buffer, usage, bounds);
     if (status != NO_ERROR) return status;
     // The address is the buffer's start, whatever the bounds; they only say
     // which pixels the caller means to touch.
     *vaddr = buffer->mapping;
-    int32_t bytesPerPixel, bytesPerStride;
-    LockedSizes(*buffer->layout, buffer->stride, &bytesPerPixel, &bytesPerStride);
-    if (outBytesPerPixel != nullptr) *outBytesPerPixel = bytesPerPixel;
-    if (outBytesPerStride != nullptr) *outBytesPerStride = bytesPerStride;
     return NO_ERROR;
 }
 
@@ -192,9 +210,12 @@ status_t BufferStore::LockYCbCr(buffer_handle_t handle, uint32_t usage, const an
     m_lastLock = LockRequest{usage, bounds.left, bounds.top, bounds.right, bounds.bottom};
     status_t status;
     if (TakeFailure(Call::kLockYCbCr, &status)) return status;
+    if (ycbcr == nullptr) return BAD_VALUE;  // checked before the handle is looked at
     const char* call = "GraphicBufferMapper::lockYCbCr";
     Buffer* buffer = Find(handle, call);
-    if (ycbcr == nullptr) Abort(call, "null android_ycbcr (libui writes the planes through it)");
+    // The plane layouts are read before locking: a handle the mapper does not
+    // know has none, and libui answers as for any metadata it cannot read.
+    if (buffer == nullptr) return UNKNOWN_TRANSACTION;
     status = MapForLock(buffer, usage, bounds);
     if (status != NO_ERROR) return status;
     if (m_silentYCbCrLock) return NO_ERROR;

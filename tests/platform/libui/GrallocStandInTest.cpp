@@ -54,15 +54,18 @@ TEST_F(GrallocStandInTest, AllocationCorrectionsAndRefusals) {
         uint64_t usage;
         int status, width_, height_, layers_;  // what the buffer gets
     };
+    // libui's own refusal (the size) leaves handle and stride as they were;
+    // the allocator's come back with a null handle and a zero stride.
     const int rgba = HAL_PIXEL_FORMAT_RGBA_8888;
     const Request requests[] = {
         {"zero width makes 1x1", 0, 10, 1, rgba, kCpu, android::NO_ERROR, 1, 1, 1},
         {"zero height makes 1x1", 10, 0, 1, rgba, kCpu, android::NO_ERROR, 1, 1, 1},
         {"zero layers mean one", 8, 4, 0, rgba, kCpu, android::NO_ERROR, 8, 4, 1},
         {"usage bits 10 and 13 cleared", 8, 4, 2, rgba, kCpu | 0x2400, android::NO_ERROR, 8, 4, 2},
-        {"unknown format", 10, 10, 1, 0x7FA30C04, kCpu, android::NO_MEMORY, 0, 0, 0},
-        {"unknown usage bit", 1, 1, 1, rgba, 1ull << 40, android::NO_MEMORY, 0, 0, 0},
-        {"past the allocator's size", 16384, 16384, 1, HAL_PIXEL_FORMAT_RGBA_FP16, kCpu, android::NO_MEMORY, 0, 0, 0},
+        {"unknown format: unsupported", 10, 10, 1, 0x7FA30C04, kCpu, android::UNKNOWN_ERROR, 0, 0, 0},
+        {"unknown usage bit", 1, 1, 1, rgba, 1ull << 40, android::BAD_VALUE, 0, 0, 0},
+        {"side past the allocator's: unsupported", 16385, 1, 1, rgba, kCpu, android::UNKNOWN_ERROR, 0, 0, 0},
+        {"past the allocator's memory", 16384, 16384, 1, HAL_PIXEL_FORMAT_RGBA_FP16, kCpu, android::NO_MEMORY, 0, 0, 0},
         {"past a 32-bit size", 65536, 65536, 1, rgba, kCpu, android::BAD_VALUE, 0, 0, 0},
     };
     for (const Request& r : requests) {
@@ -72,8 +75,9 @@ TEST_F(GrallocStandInTest, AllocationCorrectionsAndRefusals) {
         ASSERT_EQ(m_allocator.allocate(r.width, r.height, r.format, r.layers, r.usage, &handle, &stride, "t"),
                   r.status);
         if (r.status != android::NO_ERROR) {
-            EXPECT_EQ(handle, reinterpret_cast<buffer_handle_t>(0x1));
-            EXPECT_EQ(stride, 7u);
+            const bool libuiRefused = r.width == 65536;
+            EXPECT_EQ(handle, libuiRefused ? reinterpret_cast<buffer_handle_t>(0x1) : nullptr);
+            EXPECT_EQ(stride, libuiRefused ? 7u : 0u);
             continue;
         }
         m_handles.push_back(handle);
@@ -147,7 +151,9 @@ TEST_F(GrallocStandInTest, LockDescribesEachCameraFormat) {
     EXPECT_EQ(m_mapper.unlock(rgba), android::NO_ERROR);
 }
 
-// Every refusal of the mapper reaches the caller as INVALID_OPERATION.
+// A refusal of the mapper reaches the caller as the mapper's own error
+// (BAD_VALUE 3, BAD_BUFFER 2: positive, not status codes); the sizes per
+// pixel and per row are written before the mapper is asked, so also then.
 TEST_F(GrallocStandInTest, LockRefusesWhatTheMapperRefuses) {
     buffer_handle_t readOnly = Allocate(16, 16, HAL_PIXEL_FORMAT_RGBA_8888, 0x3);
     struct Case {
@@ -156,29 +162,46 @@ TEST_F(GrallocStandInTest, LockRefusesWhatTheMapperRefuses) {
         Rect bounds;
         int status;
     };
+    const int kBadValue = 3, kBadBuffer = 2;
     const Case cases[] = {
         {"all zeros: the whole buffer", 0x3, Rect(0, 0, 0, 0), android::NO_ERROR},
         {"inner region", 0x3, Rect(2, 3, 10, 12), android::NO_ERROR},
-        {"past the right edge", 0x3, Rect(0, 0, 17, 16), android::INVALID_OPERATION},
-        {"negative left", 0x3, Rect(-1, 0, 8, 8), android::INVALID_OPERATION},
-        {"right before left", 0x3, Rect(8, 0, 4, 8), android::INVALID_OPERATION},
-        {"default rectangle (invalid)", 0x3, Rect(), android::INVALID_OPERATION},
-        {"no CPU usage", 0, Rect(16, 16), android::INVALID_OPERATION},
-        {"hardware usage only", 0x20000, Rect(16, 16), android::INVALID_OPERATION},
-        {"write to a buffer allocated for reading", 0x30, Rect(16, 16), android::INVALID_OPERATION},
+        {"past the right edge", 0x3, Rect(0, 0, 17, 16), kBadValue},
+        {"negative left", 0x3, Rect(-1, 0, 8, 8), kBadValue},
+        {"right before left", 0x3, Rect(8, 0, 4, 8), kBadValue},
+        {"default rectangle (invalid)", 0x3, Rect(), kBadValue},
+        {"no CPU usage", 0, Rect(16, 16), kBadValue},
+        {"hardware usage only", 0x20000, Rect(16, 16), kBadValue},
+        {"write to a buffer allocated for reading", 0x30, Rect(16, 16), kBadValue},
     };
     for (const Case& c : cases) {
         void* vaddr = &m_liveBefore;
-        EXPECT_EQ(m_mapper.lock(readOnly, c.usage, c.bounds, &vaddr), c.status) << c.what;
+        int32_t bytesPerPixel = 0, bytesPerStride = 0;
+        EXPECT_EQ(m_mapper.lock(readOnly, c.usage, c.bounds, &vaddr, &bytesPerPixel, &bytesPerStride), c.status)
+            << c.what;
+        EXPECT_EQ(bytesPerPixel, 4) << c.what;
+        EXPECT_EQ(bytesPerStride, 64) << c.what;
         if (c.status == android::NO_ERROR) {
             EXPECT_EQ(m_mapper.unlock(readOnly), android::NO_ERROR) << c.what;
         } else {
             EXPECT_EQ(vaddr, &m_liveBefore) << c.what;
         }
     }
+    // A handle the mapper does not know has no plane layouts: nothing written.
     native_handle_t unknown{};
     void* vaddr = nullptr;
-    EXPECT_EQ(m_mapper.lock(&unknown, 0x3, Rect(1, 1), &vaddr), android::INVALID_OPERATION);
+    int32_t bytesPerPixel = -7, bytesPerStride = -7;
+    EXPECT_EQ(m_mapper.lock(&unknown, 0x3, Rect(1, 1), &vaddr, &bytesPerPixel, &bytesPerStride), kBadBuffer);
+    EXPECT_EQ(bytesPerPixel, -7);
+    EXPECT_EQ(bytesPerStride, -7);
+    // lockYCbCr reads the plane layouts first (unknown handle: the metadata
+    // error), then locks (the mapper's error); a null android_ycbcr is refused
+    // before anything else.
+    android_ycbcr ycbcr{};
+    EXPECT_EQ(m_mapper.lockYCbCr(&unknown, 0x3, Rect(1, 1), &ycbcr), android::UNKNOWN_TRANSACTION);
+    EXPECT_EQ(m_mapper.lockYCbCr(readOnly, 0x30, Rect(16, 16), &ycbcr), kBadValue);
+    EXPECT_EQ(m_mapper.lockYCbCr(readOnly, 0x3, Rect(16, 16), nullptr), android::BAD_VALUE);
+    EXPECT_EQ(control::LockedBufferCount(), 0);
     // Locks nest; the buffer stays locked until the last unlock.
     ASSERT_EQ(m_mapper.lock(readOnly, 0x3, Rect(16, 16), &vaddr), android::NO_ERROR);
     ASSERT_EQ(m_mapper.lock(readOnly, 0x3, Rect(16, 16), &vaddr), android::NO_ERROR);
@@ -207,10 +230,32 @@ TEST(GrallocStandInDeathTest, MisuseTheDeviceCrashesOnAborts) {
     EXPECT_DEATH(mapper.lock(freed, kCpu, Rect(8, 8), &vaddr), "^libui: GraphicBufferMapper::lock: buffer handle al");
     EXPECT_DEATH(mapper.lock(nullptr, kCpu, Rect(8, 8), &vaddr), "^libui: GraphicBufferMapper::lock: null buffer");
     EXPECT_DEATH(mapper.lock(live, kCpu, Rect(8, 8), nullptr), "^libui: GraphicBufferMapper::lock: null vaddr");
-    EXPECT_DEATH(mapper.lockYCbCr(live, kCpu, Rect(8, 8), nullptr),
-                 "^libui: GraphicBufferMapper::lockYCbCr: null android_ycbcr");
     EXPECT_DEATH(mapper.getHeight(live, nullptr), "^libui: GraphicBufferMapper::getHeight: null out-pointer");
     EXPECT_EQ(allocator.free(live), android::NO_ERROR);
+}
+
+// Rect from unsigned sizes clamps to INT32_MAX; from signed ones it takes
+// them as they are.
+TEST(RectTest, UnsignedSizesClampToInt32Max) {
+    const Rect clamped(uint32_t{0x80000000u}, uint32_t{0xFFFFFFFFu});
+    EXPECT_EQ(clamped.right, INT32_MAX);
+    EXPECT_EQ(clamped.bottom, INT32_MAX);
+    const Rect fits(uint32_t{640}, uint32_t{480});
+    EXPECT_EQ(fits.right, 640);
+    EXPECT_EQ(fits.bottom, 480);
+    const Rect negative(int32_t{-1}, int32_t{2});
+    EXPECT_EQ(negative.right, -1);
+    EXPECT_TRUE(Rect().right == -1 && Rect().bottom == -1);
+}
+
+TEST(PixelFormatTest, BytesPerPixelOfEachFormat) {
+    const struct { android::PixelFormat format; uint32_t bytes; } formats[] = {
+        {android::PIXEL_FORMAT_RGBA_FP16, 8}, {android::PIXEL_FORMAT_RGBA_1010102, 4},
+        {android::PIXEL_FORMAT_RGB_888, 3},   {android::PIXEL_FORMAT_RGBA_4444, 2},
+        {android::PIXEL_FORMAT_R_8, 1},       {HAL_PIXEL_FORMAT_YCBCR_420_888, 0},
+        {HAL_PIXEL_FORMAT_BLOB, 0},
+    };
+    for (const auto& f : formats) EXPECT_EQ(android::bytesPerPixel(f.format), f.bytes) << f.format;
 }
 
 }  // namespace

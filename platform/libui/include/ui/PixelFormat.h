@@ -24,11 +24,12 @@ enum {
     PIXEL_FORMAT_RGBA_4444 = 7,
     PIXEL_FORMAT_RGBA_FP16 = HAL_PIXEL_FORMAT_RGBA_FP16,
     PIXEL_FORMAT_RGBA_1010102 = HAL_PIXEL_FORMAT_RGBA_1010102,
+    PIXEL_FORMAT_R_8 = 0x38,  // HAL_PIXEL_FORMAT_R_8
 };
 
 typedef int32_t PixelFormat;
 
-// Bytes per pixel of an RGB format, 0 for any other.
+// Bytes per pixel of an RGB format or R_8, 0 for any other.
 uint32_t bytesPerPixel(PixelFormat format);
 
 }  // namespace android

@@ -21,6 +21,10 @@ public:
     Rect() : Rect(INVALID_RECT) {}
     // constexpr: the two constants above are set before any dynamic initialisation.
     constexpr Rect(int32_t w, int32_t h) : left(0), top(0), right(w), bottom(h) {}
+    // Unsigned sizes past INT32_MAX are clamped to it, as on the platform.
+    constexpr Rect(uint32_t w, uint32_t h)
+        : left(0), top(0), right(static_cast<int32_t>(w > INT32_MAX ? INT32_MAX : w)),
+          bottom(static_cast<int32_t>(h > INT32_MAX ? INT32_MAX : h)) {}
     constexpr Rect(int32_t l, int32_t t, int32_t r, int32_t b) : left(l), top(t), right(r), bottom(b) {}
 
     int32_t getWidth() const { return right - left; }
