@@ -2,6 +2,8 @@
 #include <zelkov_platform/log_control.h>
 
 #include <atomic>
+#include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -11,12 +13,18 @@ namespace {
 
 constexpr int kDefaultMask = ZEL_DEBUG_LEVEL_ERROR;
 
+// An integer as C reads one with base 0 (decimal, 0x hex, leading-0 octal,
+// a sign; -1 enables every level). Text after the number, or a value outside
+// int, is unreadable: long is 32 bits on the device and 64 on the host, so a
+// wider value would mean different masks on each.
 int MaskFromEnvironment() {
     const char* text = std::getenv("ZELKOV_LOG_MASK");
     if (text == nullptr || *text == '\0') return kDefaultMask;
     char* end = nullptr;
-    long value = std::strtol(text, &end, 0);
-    return (end != nullptr && *end == '\0') ? static_cast<int>(value) : kDefaultMask;
+    errno = 0;
+    const long value = std::strtol(text, &end, 0);
+    if (*end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return kDefaultMask;
+    return static_cast<int>(value);
 }
 
 std::atomic<int> g_maskOverride{-1};

@@ -3,12 +3,37 @@
 
 #include <zelkov_cutils/log.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
 namespace {
 
 TEST(LogDeathTest, MisuseTheDeviceCrashesOnAborts) {
     const char* format = nullptr;
     EXPECT_DEATH(__zelkov_log_print(ZEL_DEBUG_LEVEL_ERROR, "Zelkov", format),
                  "^zelkov_cutils: __zelkov_log_print: null format");
+}
+
+// The mask is read once per process, so each value is read in a fresh one
+// (a death test re-executing the binary).
+TEST(LogDeathTest, MaskFromTheEnvironmentIsAnIntegerReadWithBaseZero) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const struct { const char* text; int mask; } cases[] = {
+        {"25", 25},          {"0x19", 25},   {"031", 25},  // octal: C's reading of a leading 0
+        {"-1", -1},          {"", 1},        {"0x19 ", 1}, {"twelve", 1},
+        {"4294967297", 1},  // past int: unreadable on every ABI
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EXIT(
+            {
+                setenv("ZELKOV_LOG_MASK", c.text, 1);
+                std::fprintf(stderr, "mask=%d;\n", __zelkov_log_status());
+                std::exit(0);
+            },
+            testing::ExitedWithCode(0), "mask=" + std::to_string(c.mask) + ";");
+    }
 }
 
 }  // namespace

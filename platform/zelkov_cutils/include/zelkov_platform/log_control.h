@@ -2,8 +2,9 @@
 #define ZELKOV_PLATFORM_LOG_CONTROL_H
 
 // Test control of the host logging stand-in. Without a mask override the
-// enabled mask comes from ZELKOV_LOG_MASK (decimal or 0x hex), errors only when
-// unset; without a sink, messages go to stderr, one line each.
+// enabled mask comes from ZELKOV_LOG_MASK (an integer read with base 0: decimal,
+// 0x hex or leading-0 octal, optionally signed), errors only when unset or
+// unreadable; without a sink, messages go to stderr, one line each.
 
 namespace zelkov_platform {
 
