@@ -22,7 +22,7 @@ TEST(LogDeathTest, MaskFromTheEnvironmentIsAnIntegerReadWithBaseZero) {
     const struct { const char* text; int mask; } cases[] = {
         {"25", 25},          {"0x19", 25},   {"031", 25},  // octal: C's reading of a leading 0
         {"-1", -1},          {"", 1},        {"0x19 ", 1}, {"twelve", 1},
-        {"4294967297", 1},  // past int: unreadable on every ABI
+        {"4294967298", 1},  // past int: unreadable on every ABI
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
