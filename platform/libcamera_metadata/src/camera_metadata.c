@@ -309,6 +309,15 @@ static void require_write_past_header(uint64_t at, const char* what, const char*
     }
 }
 
+// Where the next entry and the next values of a buffer go.
+static uint64_t next_entry_at(const camera_metadata_t* metadata) {
+    return metadata->entries_start + (uint64_t)sizeof(camera_metadata_buffer_entry_t) * metadata->entry_count;
+}
+
+static uint64_t next_data_at(const camera_metadata_t* metadata) {
+    return (uint64_t)metadata->data_start + metadata->data_count;
+}
+
 static size_t entry_data_bytes(const camera_metadata_buffer_entry_t* entry) {
     return calculate_camera_metadata_entry_data_size(entry->type, entry->count);
 }
@@ -326,11 +335,8 @@ int append_camera_metadata(camera_metadata_t* dst, const camera_metadata_t* src)
         return ERROR;
     }
 
-    if (source.entry_count != 0) {
-        require_write_past_header(dst->entries_start + (uint64_t)sizeof(camera_metadata_buffer_entry_t) * dst->entry_count,
-                                  "appended entries", __func__);
-    }
-    if (source.data_count != 0) require_write_past_header((uint64_t)dst->data_start + dst->data_count, "appended values", __func__);
+    if (source.entry_count != 0) require_write_past_header(next_entry_at(dst), "appended entries", __func__);
+    if (source.data_count != 0) require_write_past_header(next_data_at(dst), "appended values", __func__);
     camera_metadata_buffer_entry_t* appended = get_entries(dst) + dst->entry_count;
     memcpy(appended, (const uint8_t*)src + source.entries_start, sizeof(*appended) * source.entry_count);
     bool has_data = false;
@@ -382,8 +388,7 @@ static int add_camera_metadata_entry_raw(camera_metadata_t* dst, uint32_t tag, u
     size_t data_bytes = calculate_camera_metadata_entry_data_size(type, data_count);
     if (data_bytes + dst->data_count > dst->data_capacity) return ERROR;
 
-    require_write_past_header(dst->entries_start + (uint64_t)sizeof(camera_metadata_buffer_entry_t) * dst->entry_count,
-                              "new entry", "add_camera_metadata_entry");
+    require_write_past_header(next_entry_at(dst), "new entry", "add_camera_metadata_entry");
     size_t data_payload_bytes = data_count * camera_metadata_type_size[type];
     camera_metadata_buffer_entry_t* entry = get_entries(dst) + dst->entry_count;
     memset(entry, 0, sizeof(*entry));

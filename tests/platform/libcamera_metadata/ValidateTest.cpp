@@ -125,25 +125,26 @@ TEST(ValidateDeathTest, RegionsInsideTheHeaderAreValidButNotWritable) {
     SetHeaderWord(values_only.get(), kDataCount, 8);
     MetadataPtr nothing(allocate_camera_metadata(1, 8));
     const int32_t region[] = {0, 0, 100, 100, 1};
-    const std::function<int(camera_metadata_t*)> add = [&](camera_metadata_t* m) {
+    using Write = std::function<int(camera_metadata_t*)>;
+    const Write add = [&](camera_metadata_t* m) {
         return add_camera_metadata_entry(m, ANDROID_CONTROL_AF_REGIONS, region, 5);
     };
     const auto append = [](const camera_metadata_t* src) {
-        return std::function<int(camera_metadata_t*)>([=](camera_metadata_t* m) { return append_camera_metadata(m, src); });
+        return Write([=](camera_metadata_t* m) { return append_camera_metadata(m, src); });
     };
     struct Case {
         const char* what;
         uint32_t entries_start, entry_capacity, data_start;
-        std::function<int(camera_metadata_t*)> write;
+        Write write;
         const char* rule;  // nullptr: the write is harmless and succeeds
     };
     const Case cases[] = {
-        {"entries at byte 0", 0, 4, 112, add, "add_camera_metadata_entry: new entry at byte 0 inside the 48-byte header"},
-        {"entries at byte 32", 32, 4, 112, add, "add_camera_metadata_entry: new entry at byte 32 inside the 48-byte header"},
+        {"entries at byte 0", 0, 4, 112, add, "add_camera_metadata_entry: new entry at byte 0 inside the 48-byte"},
+        {"entries at byte 32", 32, 4, 112, add, "add_camera_metadata_entry: new entry at byte 32 inside the 48-byte"},
         {"appended entries", 16, 4, 112, append(entries.get()),
-         "append_camera_metadata: appended entries at byte 16 inside the 48-byte header"},
+         "append_camera_metadata: appended entries at byte 16 inside the 48-byte"},
         {"appended values", 40, 0, 40, append(values_only.get()),
-         "append_camera_metadata: appended values at byte 40 inside the 48-byte header"},
+         "append_camera_metadata: appended values at byte 40 inside the 48-byte"},
         {"appending nothing", 16, 4, 112, append(nothing.get()), nullptr},
     };
     const size_t size = 176;
@@ -156,11 +157,10 @@ TEST(ValidateDeathTest, RegionsInsideTheHeaderAreValidButNotWritable) {
         SetHeaderWord(metadata, kEntryCapacity, c.entry_capacity);
         SetHeaderWord(metadata, kDataStart, c.data_start);
         EXPECT_EQ(validate_camera_metadata_structure(metadata, &size), kOk);
-        auto* shifted = reinterpret_cast<camera_metadata_t*>(reinterpret_cast<uint8_t*>(block.data()) + 4);
-        std::vector<uint64_t> saved = block;
-        std::memmove(shifted, metadata, size);
+        std::vector<uint64_t> copy(block.size());
+        auto* shifted = reinterpret_cast<camera_metadata_t*>(reinterpret_cast<uint8_t*>(copy.data()) + 4);
+        std::memcpy(shifted, metadata, size);
         EXPECT_EQ(validate_camera_metadata_structure(shifted, &size), CAMERA_METADATA_VALIDATION_SHIFTED);
-        block = saved;
         if (c.rule == nullptr) {
             EXPECT_EQ(c.write(metadata), kOk);
         } else {
