@@ -15,10 +15,9 @@ TEST(LogDeathTest, MisuseTheDeviceCrashesOnAborts) {
                  "^zelkov_cutils: __zelkov_log_print: null format");
 }
 
-// The mask is read once per process, so each value is read in a fresh one
-// (a death test re-executing the binary).
+// The mask is read once per process, at its first use: each value is read in
+// a child forked by a death test from this process, which never reads it.
 TEST(LogDeathTest, MaskFromTheEnvironmentIsAnIntegerReadWithBaseZero) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const struct { const char* text; int mask; } cases[] = {
         {"25", 25},          {"0x19", 25},   {"031", 25},  // octal: C's reading of a leading 0
         {"-1", -1},          {"", 1},        {"0x19 ", 1}, {"twelve", 1},
