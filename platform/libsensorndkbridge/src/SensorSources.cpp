@@ -106,6 +106,15 @@ void StopSensorStream(int id) {
     // Joined outside the lock: the stream may be injecting right now.
 }
 
+void StopAllSensorStreams() {
+    std::map<int, std::unique_ptr<SourceThread>> streams;
+    {
+        std::lock_guard<std::mutex> guard(g_sources_lock);
+        streams.swap(g_streams);
+    }
+    // Joined outside the lock, as in StopSensorStream.
+}
+
 const char* DefaultMotionTracePath() {
     return ZELKOV_MOTION_TRACE_PATH;
 }
