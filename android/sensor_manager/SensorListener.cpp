@@ -344,7 +344,7 @@ bool SensorListener::sensorLooperThread() {
             // The clock is read before the lock, which a real-time reader may be waiting for.
             const int64_t now = events[i].type == ASENSOR_TYPE_GYROSCOPE ? bootTimeNs() : 0;
             // Per event, so a waiting reader can take over inside a batch.
-            std::lock_guard<std::mutex> lock(m_data_lock);
+            std::lock_guard<std::mutex> store(m_data_lock);
             uint32_t bit = storeEventLocked(events[i], now);
             if (bit == 0) continue;
             m_new_data = true;

@@ -518,7 +518,7 @@ void ResetSensorPlatform() {
     p.pollers.clear();
     p.stats = SensorPlatformStats{};
     for (ASensorEventQueue* queue : p.queues) queue->events.clear();
-    for (ALooper* looper : p.loopers) looper->ready.clear();  // nothing left to signal
+    for (ALooper* live : p.loopers) live->ready.clear();  // nothing left to signal
 }
 
 void SetSensorList(const std::vector<SimulatedSensor>& sensors) {
