@@ -1,6 +1,8 @@
 // The simulated sensor platform: one sensor manager, event queues bound to
 // loopers, and the control side that feeds them. One lock guards all of it;
-// each looper has its own condition to wake its poller. Queues and loopers
+// each looper has its own condition to wake its poller, notified once the lock
+// is free (so the woken poller does not block on it at once), and shared, so
+// that a looper released meanwhile leaves the condition alive. Queues and loopers
 // are known by a registry of live objects, so a call on a destroyed one is
 // caught before anything is read from it.
 #include <errno.h>
@@ -35,7 +37,7 @@ struct ASensor {
 struct ASensorManager {};
 
 struct ALooper {
-    std::condition_variable cond;
+    std::shared_ptr<std::condition_variable> wakeup = std::make_shared<std::condition_variable>();
     bool woken = false;
     int polls = 0;  // polls in progress
     std::vector<ASensorEventQueue*> queues;
@@ -189,9 +191,9 @@ int PollLocked(Platform& p, std::unique_lock<std::mutex>& lock, ALooper* looper,
     ++looper->polls;
     auto ready = [looper] { return looper->woken || !looper->ready.empty(); };
     if (timeoutMillis < 0) {
-        looper->cond.wait(lock, ready);
+        looper->wakeup->wait(lock, ready);
     } else {
-        looper->cond.wait_for(lock, std::chrono::milliseconds(timeoutMillis), ready);
+        looper->wakeup->wait_for(lock, std::chrono::milliseconds(timeoutMillis), ready);
     }
     --looper->polls;
     // Ready queues come first; a wake that arrived meanwhile stays pending.
@@ -467,11 +469,15 @@ int ALooper_pollOnce_camera(ALooper* looper, int timeoutMillis, int* outFd, int*
 
 void ALooper_wake(ALooper* looper) {
     Platform& p = P();
-    std::lock_guard<std::mutex> guard(p.lock);
-    CheckLooperLocked(p, looper, "ALooper_wake");
-    ++p.stats.wakes;
-    looper->woken = true;
-    looper->cond.notify_all();
+    std::shared_ptr<std::condition_variable> wakeup;
+    {
+        std::lock_guard<std::mutex> guard(p.lock);
+        CheckLooperLocked(p, looper, "ALooper_wake");
+        ++p.stats.wakes;
+        looper->woken = true;
+        wakeup = looper->wakeup;
+    }
+    wakeup->notify_all();
 }
 
 void ALooper_release_forCamera(ALooper* looper) {
@@ -562,7 +568,7 @@ ASensorEvent MakeSensorEvent(int type, std::initializer_list<float> data, int64_
 
 int InjectSensorEvents(const ASensorEvent* events, std::size_t count, bool toEveryQueue) {
     Platform& p = P();
-    std::lock_guard<std::mutex> guard(p.lock);
+    std::unique_lock<std::mutex> guard(p.lock);
     std::vector<ASensorEvent> stamped(events, events + count);
     for (ASensorEvent& event : stamped) {
         if (event.sensor != 0) continue;
@@ -570,6 +576,7 @@ int InjectSensorEvents(const ASensorEvent* events, std::size_t count, bool toEve
         if (source != nullptr) event.sensor = source->info.handle;
     }
     int reached = 0;
+    std::vector<std::shared_ptr<std::condition_variable>> toWake;
     for (ASensorEventQueue* queue : p.queues) {
         bool hit = false;
         for (const ASensorEvent& event : stamped) {
@@ -584,13 +591,15 @@ int InjectSensorEvents(const ASensorEvent* events, std::size_t count, bool toEve
         }
         if (hit) {
             ++reached;
-            if (queue->looper != nullptr) {
-                queue->looper->ready.insert(queue);
-                queue->looper->cond.notify_all();
+            // A queue already ready has had its looper woken.
+            if (queue->looper != nullptr && queue->looper->ready.insert(queue).second) {
+                toWake.push_back(queue->looper->wakeup);
             }
         }
     }
     p.stats.injectedEvents += count;
+    guard.unlock();
+    for (const auto& pollerWakeup : toWake) pollerWakeup->notify_all();
     return reached;
 }
 
