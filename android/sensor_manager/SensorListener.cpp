@@ -427,14 +427,16 @@ void SensorListener::recordLatencyLocked(int64_t now, int64_t timestamp) {
 
 int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra) {
     m_readers.fetch_add(1);
-    const int result = readSample(type, event, wait, extra);
+    std::unique_lock<std::mutex> lock(m_data_lock, std::defer_lock);
+    const int result = readSample(type, event, wait, extra, lock);
     // The last touch of the listener: the destructor may run once this lock is released.
-    std::lock_guard<std::mutex> lock(m_data_lock);
+    if (!lock.owns_lock()) lock.lock();
     if (m_readers.fetch_sub(1) == 1) m_readers_gone.notify_all();
     return result;
 }
 
-int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra) {
+int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
+                               std::unique_lock<std::mutex>& lock) {
     if ((g_enabledSensorMask.load() & type) == 0) {
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 543, "Sensor(%d) is not enabled yet!", type);
         return -EINVAL;
@@ -450,7 +452,7 @@ int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, 
         return -EINVAL;
     }
     // The copy is made under the store's lock, so it never mixes two samples.
-    std::unique_lock<std::mutex> lock(m_data_lock);
+    lock.lock();
     // Checked again under the lock: a stop that cleared the mask and notified
     // before this reader got here would otherwise leave it waiting 2 s.
     if (wait && !m_new_data && (g_enabledSensorMask.load() & type) != 0) {

@@ -87,8 +87,10 @@ private:
     void notifyWaitersLocked();
     // `now` is read before the store's lock is taken: 0 when the clock failed.
     void recordLatencyLocked(int64_t now, int64_t timestamp);
-    // The body of GetSensorData, run while the call is counted in m_readers.
-    int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra);
+    // The body of GetSensorData, run while the call is counted in m_readers;
+    // `lock` (of m_data_lock) may be left held.
+    int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
+                   std::unique_lock<std::mutex>& lock);
 
     ASensorEventQueue* m_event_queue = nullptr;
     SensorListenerEvent m_sensor_data{};
