@@ -6,10 +6,8 @@
 // has been blocked since its last turn, which is what an injected event costs
 // at least on its way to a waiting reader (the looper thread wakes in its
 // poll, then wakes the reader). The ratio holds from one machine to the next.
-#include <dirent.h>
 #include <pthread.h>
 #include <sched.h>
-#include <stdio.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -94,20 +92,13 @@ public:
     }
     void PinReader() const { Pin(0, m_reader); }
     void PinPartner() const { Pin(0, m_looper); }
-    // The listener's looper thread, found by its name (cut to 15 characters).
+    // The listener's looper thread: the thread polling the platform's loopers
+    // (threads of earlier loops that have ended are skipped by the kernel).
     void PinLooper() const {
-        DIR* tasks = opendir("/proc/self/task");
-        if (tasks == nullptr) return;
-        while (dirent* entry = readdir(tasks)) {
-            const std::string comm = "/proc/self/task/" + std::string(entry->d_name) + "/comm";
-            FILE* file = fopen(comm.c_str(), "r");
-            if (file == nullptr) continue;
-            char name[32] = {};
-            const bool read = fgets(name, sizeof(name), file) != nullptr;
-            fclose(file);
-            if (read && std::string(name).rfind("sensor_looper_t", 0) == 0) Pin(atoi(entry->d_name), m_looper);
+        for (int i = 0; i < 1000 && zelkov_platform::PollingThreadIds().empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        closedir(tasks);
+        for (int tid : zelkov_platform::PollingThreadIds()) Pin(tid, m_looper);
     }
 
 private:
@@ -250,8 +241,8 @@ void BM_DisableStopsLoop(benchmark::State& state) {
         state.PauseTiming();
         floorChain.Measure();
         listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 0, 0);
-        cores.PinLooper();
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        cores.PinLooper();
         state.ResumeTiming();
         const Clock::time_point start = Clock::now();
         listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE);
@@ -288,8 +279,8 @@ void BM_DisableUnderLoad(benchmark::State& state) {
         state.PauseTiming();
         floorChain.Measure();
         for (const OtherSensor& stream : kStreams) listener->EnableSensor(stream.listenerType, 1000, 2);
-        cores.PinLooper();
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        cores.PinLooper();
         for (int i = 0; i < 3; ++i) listener->DisableSensor(kStreams[i].listenerType);
         state.ResumeTiming();
         const Clock::time_point start = Clock::now();

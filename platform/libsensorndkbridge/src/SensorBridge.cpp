@@ -163,7 +163,7 @@ void CheckSensor(const ASensor* sensor, const char* call) {
 }
 
 void RememberPoller(Platform& p) {
-    pid_t tid = static_cast<pid_t>(gettid());
+    thread_local const pid_t tid = static_cast<pid_t>(gettid());  // a system call: once per thread
     if (p.pollers.count(tid) != 0) return;
     char name[16] = {};
     pthread_getname_np(pthread_self(), name, sizeof(name));
@@ -650,6 +650,14 @@ void ClearGetEventsResults() {
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
     p.getEventsResults.clear();
+}
+
+std::vector<int> PollingThreadIds() {
+    Platform& p = P();
+    std::lock_guard<std::mutex> guard(p.lock);
+    std::vector<int> ids;
+    for (const auto& poller : p.pollers) ids.push_back(static_cast<int>(poller.first));
+    return ids;
 }
 
 std::vector<std::string> PollingThreadNames() {

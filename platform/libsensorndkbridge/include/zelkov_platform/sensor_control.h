@@ -118,6 +118,8 @@ std::vector<long> GetEventsResults();
 void ClearGetEventsResults();
 // Names of the distinct threads that have polled a looper since the last reset.
 std::vector<std::string> PollingThreadNames();
+// Their thread ids (as gettid), in the same order.
+std::vector<int> PollingThreadIds();
 
 }  // namespace zelkov_platform
 
