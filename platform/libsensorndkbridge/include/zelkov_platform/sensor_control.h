@@ -81,9 +81,12 @@ inline int InjectSensorEvent(const ASensorEvent& event, bool toEveryQueue = fals
 // (a negative number) instead of reading.
 void FailNextGetEvents(int error);
 
-// A thread of its own injecting events of `type` at `rateHz` with a slowly
-// varying synthetic signal. Returns an id for StopSensorStream.
+// Events of `type` at `rateHz` with a slowly varying synthetic signal,
+// injected by the platform's one stream thread (shared by all streams, as a
+// device's sensor events reach a process through one service thread).
+// Returns an id for StopSensorStream.
 int StartSensorStream(int type, double rateHz);
+// Once these return, the stopped streams inject nothing more.
 void StopSensorStream(int id);
 void StopAllSensorStreams();
 
