@@ -285,6 +285,23 @@ TEST_F(SensorBridgeTest, ResetLeavesNoQueueReady) {
     EXPECT_EQ(ASensorEventQueue_hasEvents(queue), 0);
 }
 
+// Streams inject nothing once stopped, one by one or all by a reset.
+TEST_F(SensorBridgeTest, StoppedStreamsInjectNothingMore) {
+    const int light = StartSensorStream(ASENSOR_TYPE_LIGHT, 2000);
+    StartSensorStream(ASENSOR_TYPE_ACCELEROMETER, 2000);
+    StartSensorStream(ASENSOR_TYPE_GYROSCOPE, 2000);
+    auto injected = [] { return GetSensorPlatformStats().injectedEvents; };
+    const auto waitForMore = [&](uint64_t than) {
+        for (int i = 0; i < kBoundMs && injected() <= than; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return injected() > than;
+    };
+    EXPECT_TRUE(waitForMore(0));
+    StopSensorStream(light);
+    ResetSensorPlatform();  // zeroes the counters and stops the other two
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(injected(), 0u);
+}
+
 // The wake comes while the poll is blocked (the poller is known to the
 // platform only once it waits): it ends that poll, long before its time-out.
 TEST_F(SensorBridgeTest, WakeEndsAPollInProgress) {
