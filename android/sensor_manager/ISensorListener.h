@@ -20,7 +20,8 @@ public:
     virtual int DisableSensor(int type) = 0;
     // Copies the latest sample of `type` into its member of `*event`; with
     // `wait`, first waits up to 2 s for a sample when none arrived since the
-    // last read. `extra` (may be null) is filled for the gyroscope only.
+    // last read. `extra` (may be null) is filled for the gyroscope only. A
+    // wait ends early when the last enabled type is switched off.
     virtual int GetSensorData(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra) = 0;
 };
 
@@ -28,7 +29,9 @@ public:
 ZEL_EXPORT ISensorListener* LoadSensorListener();
 // Gives back one load. The unload that finds no load outstanding and no type
 // enabled deletes the listener and nulls `*listener`. Returns 0, or -22 when
-// there is nothing to release.
+// there is nothing to release. The deleting unload wakes reads waiting in
+// GetSensorData and returns only after every read already inside the call
+// has returned; a read must not start across that unload.
 ZEL_EXPORT int UnloadSensorListener(ISensorListener** listener);
 
 }  // namespace zelkov

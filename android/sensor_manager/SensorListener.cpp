@@ -66,6 +66,12 @@ bool isSupportedType(int type) {
     return platformTypeOf(type) != 0;
 }
 
+int64_t bootTimeNs() {
+    struct timespec ts {};
+    if (clock_gettime(CLOCK_BOOTTIME, &ts) != 0) return 0;
+    return static_cast<int64_t>(ts.tv_sec) * 1000000000LL + ts.tv_nsec;
+}
+
 int64_t wrappingAdd(int64_t a, int64_t b) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
 }
@@ -128,6 +134,11 @@ SensorListener::~SensorListener() {
     // members its passes use.
     if (m_thread != nullptr) endLoop();
     m_thread = nullptr;
+    // Readers still inside GetSensorData (waiting, or woken by the stop and
+    // not yet back on the lock) finish before the members go away.
+    std::unique_lock<std::mutex> lock(m_data_lock);
+    notifyWaitersLocked();
+    m_readers_gone.wait(lock, [this] { return m_readers.load() == 0; });
 }
 
 void SensorListener::refreshSensorList(ASensorManager* manager) {
@@ -330,9 +341,11 @@ bool SensorListener::sensorLooperThread() {
     ssize_t count;
     while ((count = ASensorEventQueue_getEvents(m_event_queue, events, kEventBatch)) >= 1) {
         for (ssize_t i = 0; i < count; ++i) {
+            // The clock is read before the lock, which a real-time reader may be waiting for.
+            const int64_t now = events[i].type == ASENSOR_TYPE_GYROSCOPE ? bootTimeNs() : 0;
             // Per event, so a waiting reader can take over inside a batch.
-            std::lock_guard<std::mutex> lock(m_data_lock);
-            uint32_t bit = storeEventLocked(events[i]);
+            std::lock_guard<std::mutex> store(m_data_lock);
+            uint32_t bit = storeEventLocked(events[i], now);
             if (bit == 0) continue;
             m_new_data = true;
             notifyWaitersLocked();
@@ -351,14 +364,14 @@ void SensorListener::notifyWaitersLocked() {
     if (m_waiting > 0) m_data_cond.notify_all();
 }
 
-uint32_t SensorListener::storeEventLocked(const ASensorEvent& event) {
+uint32_t SensorListener::storeEventLocked(const ASensorEvent& event, int64_t now) {
     const float* data = event.data;
     switch (event.type) {
     case ASENSOR_TYPE_ACCELEROMETER:
         m_sensor_data.accel = {data[0], data[1], data[2]};
         return SENSOR_LISTENER_ACCELEROMETER;
     case ASENSOR_TYPE_GYROSCOPE:
-        if ((m_options & 2) != 0) recordLatencyLocked(event.timestamp);
+        if ((m_options & 2) != 0) recordLatencyLocked(now, event.timestamp);
         m_sensor_data.gyro = {data[0], data[1], data[2], event.timestamp};
         return SENSOR_LISTENER_GYROSCOPE;
     case ASENSOR_TYPE_LIGHT:
@@ -393,31 +406,37 @@ uint32_t SensorListener::storeEventLocked(const ASensorEvent& event) {
     }
 }
 
-void SensorListener::recordLatencyLocked(int64_t timestamp) {
-    struct timespec ts {};
-    if (clock_gettime(CLOCK_BOOTTIME, &ts) != 0) return;
-    int64_t now = static_cast<int64_t>(ts.tv_sec) * 1000000000LL + ts.tv_nsec;
-    if (now == 0) return;
+void SensorListener::recordLatencyLocked(int64_t now, int64_t timestamp) {
+    if (now == 0) return;  // no clock reading
     // Timestamps come from the platform unchecked: the differences and the sum
     // wrap in two's complement rather than overflow.
     int64_t latency = wrappingSub(now, timestamp);
     SensorListenerExtraDataInternal& stats = m_extra_data;
+    stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
     if (stats.latency_count < SensorListenerExtraDataInternal::kMaxLatencies) {
-        ++stats.latency_count;
-        stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
-    } else {
-        stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
-        if (!stats.latencies.empty()) {
-            stats.latency_sum = wrappingSub(stats.latency_sum, stats.latencies.front());
-            stats.latencies.pop_front();
-        }
+        stats.latencies[stats.latency_count++] = latency;
+        return;
     }
-    stats.latencies.push_back(latency);
+    // Full: the newest takes the oldest's place.
+    stats.latency_sum = wrappingSub(stats.latency_sum, stats.latencies[stats.oldest]);
+    stats.latencies[stats.oldest] = latency;
+    stats.oldest = (stats.oldest + 1) % SensorListenerExtraDataInternal::kMaxLatencies;
 }
 
 // ---- Query ----
 
 int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra) {
+    m_readers.fetch_add(1);
+    std::unique_lock<std::mutex> lock(m_data_lock, std::defer_lock);
+    const int result = readSample(type, event, wait, extra, lock);
+    // The last touch of the listener: the destructor may run once this lock is released.
+    if (!lock.owns_lock()) lock.lock();
+    if (m_readers.fetch_sub(1) == 1) m_readers_gone.notify_all();
+    return result;
+}
+
+int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
+                               std::unique_lock<std::mutex>& lock) {
     if ((g_enabledSensorMask.load() & type) == 0) {
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 543, "Sensor(%d) is not enabled yet!", type);
         return -EINVAL;
@@ -433,8 +452,10 @@ int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wai
         return -EINVAL;
     }
     // The copy is made under the store's lock, so it never mixes two samples.
-    std::unique_lock<std::mutex> lock(m_data_lock);
-    if (wait && !m_new_data) {
+    lock.lock();
+    // Checked again under the lock: a stop that cleared the mask and notified
+    // before this reader got here would otherwise leave it waiting 2 s.
+    if (wait && !m_new_data && (g_enabledSensorMask.load() & type) != 0) {
         // One notification or 2 s on the steady clock, whichever comes first;
         // a spurious wake-up leaves the sequence where it was and waits on.
         const uint64_t seen = m_notify_seq;

@@ -8,8 +8,7 @@
 // give back a clock reading taken during the intake.
 //
 // Needs the listener's sources built into the executable (its class is hidden
-// in the library) and defines the listener's test peer; do not link it with
-// the sensor listener's own tests.
+// in the library); reaches its private state through the listener's test peer.
 
 #include <climits>
 #include <cstdint>
@@ -24,31 +23,7 @@
 
 #include "fuzz/checks/FuzzCheck.h"
 #include "fuzz/checks/SensorIntakeInput.h"
-
-namespace zelkov {
-
-struct SensorListenerTestPeer {
-    static void AttachQueue(SensorListener& listener) {
-        listener.m_looper = ALooper_forCamera();
-        listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
-                                                                  listener.m_looper, 0, nullptr, nullptr);
-    }
-    static void DetachQueue(SensorListener& listener) {
-        ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
-        ALooper_release_forCamera(listener.m_looper);
-        listener.m_event_queue = nullptr;
-        listener.m_looper = nullptr;
-    }
-    static bool Pass(SensorListener& listener) { return listener.sensorLooperThread(); }
-    static void Configure(SensorListener& listener, int options, int hrmCode) {
-        listener.m_options = options;
-        listener.m_hrm_sensor_type = hrmCode;
-    }
-    static const SensorListenerExtraDataInternal& Latencies(SensorListener& listener) { return listener.m_extra_data; }
-    static bool NewData(SensorListener& listener) { return listener.m_new_data; }
-};
-
-}  // namespace zelkov
+#include "tests/sensor_manager/SensorListenerTestPeer.h"
 
 namespace zelkov_fuzz {
 
@@ -114,13 +89,13 @@ struct ExpectedStore {
 // Every latency is the clock reading at intake minus the event's timestamp.
 inline void CheckLatencies(const zelkov::SensorListenerExtraDataInternal& stats, const ExpectedStore& expected,
                            int64_t before, int64_t after) {
-    ZEL_FUZZ_CHECK(stats.latencies.size() == expected.statStamps.size());
-    ZEL_FUZZ_CHECK(stats.latency_count == static_cast<int64_t>(stats.latencies.size()));
+    ZEL_FUZZ_CHECK(stats.latency_count == static_cast<int64_t>(expected.statStamps.size()));
     int64_t sum = 0;
-    for (size_t i = 0; i < stats.latencies.size(); ++i) {
-        const int64_t now = WrapAdd(stats.latencies[i], expected.statStamps[i]);
+    for (int64_t i = 0; i < stats.latency_count; ++i) {
+        const int64_t latency = stats.At(i);
+        const int64_t now = WrapAdd(latency, expected.statStamps[static_cast<size_t>(i)]);
         ZEL_FUZZ_CHECK(now >= before && now <= after);
-        sum = WrapAdd(sum, stats.latencies[i]);
+        sum = WrapAdd(sum, latency);
     }
     ZEL_FUZZ_CHECK(stats.latency_sum == sum);
 }
@@ -148,7 +123,7 @@ inline void CheckQueries(zelkov::SensorListener& listener, const ExpectedStore& 
             break;
         case SENSOR_LISTENER_GYROSCOPE: {
             ZEL_FUZZ_CHECK(ZEL_SAME(gyro.x) && ZEL_SAME(gyro.y) && ZEL_SAME(gyro.z) && ZEL_SAME(gyro.timestamp));
-            const SensorListenerExtraDataInternal& stats = SensorListenerTestPeer::Latencies(listener);
+            const SensorListenerExtraDataInternal stats = SensorListenerTestPeer::Latencies(listener);
             const bool average = statistics && stats.latency_count > 0;
             ZEL_FUZZ_CHECK(extra.avg_latency_ns == (average ? stats.latency_sum / stats.latency_count : -1));
             break;

@@ -44,10 +44,11 @@ TEST_F(ControlTest, TypeMissingFromTheListOrTheTableIsUnsupported) {
 TEST_F(ControlTest, EnableTwiceThenDisableTwice) {
     Load();
     SensorListener& object = Peer::Of(listener);
-    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 5000, 0), 0);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 5000, 2), 0);
     LogCapture capture;
-    EXPECT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 1000, 0), 0);
+    EXPECT_EQ(listener->EnableSensor(SENSOR_LISTENER_GYROSCOPE, 1000, 1), 0);
     EXPECT_EQ(capture.Count(1, "sensor(2) is already enabled! 2/2"), 1);
+    EXPECT_EQ(Peer::Options(object), 2) << "the second enable's options are not applied";
     EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_GYROSCOPE), -19);
     EXPECT_EQ(capture.Count(1, "dual sensor type is ordered!(2) 2/0"), 1);
     EXPECT_TRUE(Peer::LoopRunning(object));

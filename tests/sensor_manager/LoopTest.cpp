@@ -1,5 +1,8 @@
 // The looper thread: one thread for all types, stopped by the last disable,
 // woken out of its poll, and made anew after a stop.
+#include <atomic>
+#include <thread>
+
 #include "SensorTestSupport.h"
 #include "common/LogCapture.h"
 
@@ -61,6 +64,48 @@ TEST_F(LoopTest, DestroyingAListenerWithARunningLoopStopsItFirst) {
     delete listener;  // without the disable
     zelkov_platform::StopSensorStream(stream);
     EXPECT_EQ(GetSensorPlatformStats().liveLoopers, 0);
+    // The process-wide mask outlives the listener; the next test starts clean.
+    g_enabledSensorMask = 0;
+}
+
+// A reader holding the store's lock keeps the looper from storing: the sample
+// and its valid bit appear only once the lock is free.
+TEST_F(LoopTest, TheLooperStoresOnlyUnderTheDataLock) {
+    listener = LoadSensorListener();
+    SensorListener& object = Peer::Of(listener);
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_ACCELEROMETER, 0, 0), 0);
+    Peer::WithDataLock(object, [&] {
+        zelkov_platform::InjectSensorEvent(zelkov_platform::MakeSensorEvent(ASENSOR_TYPE_ACCELEROMETER, {1, 2, 3}));
+        EXPECT_FALSE(WaitUntil([&] { return Peer::ValidMask(object) != 0; }, 0.5)) << "stored behind the lock";
+    });
+    EXPECT_TRUE(WaitUntil([&] { return Peer::ValidMask(object) != 0; }));
+}
+
+// Under the thread sanitizer: reads racing with a 2 kHz stream only ever see
+// whole samples (the stream writes x = y = z).
+TEST_F(LoopTest, ReadsWhileSamplesArriveSeeWholeSamples) {
+    listener = LoadSensorListener();
+    ASSERT_EQ(listener->EnableSensor(SENSOR_LISTENER_ACCELEROMETER, 0, 0), 0);
+    std::atomic<bool> stop{false};
+    std::thread feeder([&] {
+        for (int n = 1; !stop; ++n) {
+            const float value = static_cast<float>(n);
+            zelkov_platform::InjectSensorEvent(
+                zelkov_platform::MakeSensorEvent(ASENSOR_TYPE_ACCELEROMETER, {value, value, value}));
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        }
+    });
+    EXPECT_TRUE(WaitUntil([&] { return Peer::ValidMask(Peer::Of(listener)) != 0; }));
+    int whole = 0;
+    for (int i = 0; i < 2000; ++i) {
+        SensorListenerEvent event{};
+        if (listener->GetSensorData(SENSOR_LISTENER_ACCELEROMETER, &event, i % 2 == 0, nullptr) != 0) continue;
+        EXPECT_TRUE(event.accel.x == event.accel.y && event.accel.y == event.accel.z) << event.accel.x;
+        ++whole;
+    }
+    stop = true;
+    feeder.join();
+    EXPECT_GT(whole, 0);
 }
 
 }  // namespace

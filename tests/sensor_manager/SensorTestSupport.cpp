@@ -33,6 +33,7 @@ void SensorTest::TearDown() {
     }
     zelkov_platform::ResetSensorPlatform();
     EXPECT_EQ(zelkov::g_sensorListener, nullptr) << "a test left a listener loaded";
+    EXPECT_EQ(zelkov::g_enabledSensorMask.load() | zelkov::g_dualSensorMask, 0) << "a test left a type enabled";
     zelkov_platform::SensorPlatformStats stats = zelkov_platform::GetSensorPlatformStats();
     EXPECT_EQ(stats.liveLoopers, 0);
     EXPECT_EQ(stats.liveQueues, 0);

@@ -14,50 +14,7 @@
 #include <sensorndkbridge/looper_camera.h>
 #include <zelkov_platform/sensor_control.h>
 
-namespace zelkov {
-
-// The tests' window into the listener's private state.
-struct SensorListenerTestPeer {
-    static SensorListener& Of(ISensorListener* listener) { return *static_cast<SensorListener*>(listener); }
-
-    // Gives a listener a looper and a queue without a thread, so passes can be
-    // run one by one; the queue takes every injected event.
-    static void AttachQueue(SensorListener& listener) {
-        listener.m_looper = ALooper_forCamera();
-        listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
-                                                                  listener.m_looper, 0, nullptr, nullptr);
-    }
-    static void DetachQueue(SensorListener& listener) {
-        ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);
-        ALooper_release_forCamera(listener.m_looper);
-    }
-    static bool Pass(SensorListener& listener) { return listener.sensorLooperThread(); }
-
-    static SensorListenerEvent Store(SensorListener& listener) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        return listener.m_sensor_data;
-    }
-    static bool NewData(SensorListener& listener) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        return listener.m_new_data;
-    }
-    static int Waiting(SensorListener& listener) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        return listener.m_waiting;
-    }
-    // Wakes the waiting queries as a spurious wake-up would: no notification.
-    static void SpuriousWake(SensorListener& listener) {
-        std::lock_guard<std::mutex> lock(listener.m_data_lock);
-        listener.m_data_cond.notify_all();
-    }
-    static uint32_t ValidMask(SensorListener& listener) { return listener.m_valid_mask.load(); }
-    static int Options(SensorListener& listener) { return listener.m_options; }
-    // Control-side state; read only while no control call runs.
-    static const void* Thread(SensorListener& listener) { return listener.m_thread.get(); }
-    static bool LoopRunning(SensorListener& listener) { return listener.m_loop_running; }
-};
-
-}  // namespace zelkov
+#include "SensorListenerTestPeer.h"
 
 namespace zelkov_test {
 

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 
 #include <android/looper.h>
@@ -21,11 +20,16 @@
 namespace zelkov {
 
 // Gyroscope delivery latencies: the last 30 and their sum, in nanoseconds.
+// A fixed ring, so that recording one never allocates under the store's lock.
 struct SensorListenerExtraDataInternal {
     static constexpr int64_t kMaxLatencies = 30;
     int64_t latency_sum = 0;
-    int64_t latency_count = 0;
-    std::deque<int64_t> latencies;
+    int64_t latency_count = 0;  // entries in the ring, up to kMaxLatencies
+    int64_t latencies[kMaxLatencies] = {};
+    int64_t oldest = 0;  // index of the oldest entry once the ring is full
+
+    // The i-th latency counted from the oldest, for i below latency_count.
+    int64_t At(int64_t i) const { return latencies[(oldest + i) % kMaxLatencies]; }
 };
 
 // The platform sensor type of a SensorListenerType bit; 0 (with a message)
@@ -77,11 +81,16 @@ private:
     void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
     // Stores one event under m_data_lock; returns the type bit it filled, 0 if dropped.
-    uint32_t storeEventLocked(const ASensorEvent& event);
+    uint32_t storeEventLocked(const ASensorEvent& event, int64_t now);
     // Ends every wait in progress: a sample was stored, or the control side
     // wants the readers to look again. Called with m_data_lock held.
     void notifyWaitersLocked();
-    void recordLatencyLocked(int64_t timestamp);
+    // `now` is read before the store's lock is taken: 0 when the clock failed.
+    void recordLatencyLocked(int64_t now, int64_t timestamp);
+    // The body of GetSensorData, run while the call is counted in m_readers;
+    // `lock` (of m_data_lock) may be left held.
+    int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
+                   std::unique_lock<std::mutex>& lock);
 
     ASensorEventQueue* m_event_queue = nullptr;
     SensorListenerEvent m_sensor_data{};
@@ -92,6 +101,10 @@ private:
     int m_waiting = 0;          // queries waiting on m_data_cond
     uint64_t m_notify_seq = 0;  // advanced by every notification; a wait ends only when it moves
     bool m_new_data = false;
+    // Calls inside GetSensorData; the destructor waits until none is left, so
+    // a reader still on its way out never touches a freed listener.
+    std::atomic<int> m_readers{0};
+    std::condition_variable m_readers_gone;
     std::atomic<uint32_t> m_valid_mask{0};
     int32_t m_hrm_sensor_type = 0;
     android::sp<SensorListenerThread> m_thread;

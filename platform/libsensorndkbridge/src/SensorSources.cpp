@@ -1,5 +1,7 @@
-// Event sources of the simulated platform: synthetic streams at a fixed rate
-// and the replay of a recorded motion trace, each on a thread of its own.
+// Event sources of the simulated platform: synthetic streams at a fixed rate,
+// all served by one thread as a device's sensor events reach a process through
+// one service thread, and the replay of a recorded motion trace on a thread of
+// its own.
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -68,42 +70,104 @@ std::vector<TraceSample> ReadTrace(const char* path) {
     return samples;
 }
 
+// The streams and the one thread that injects their events when due.
+class StreamScheduler {
+public:
+    ~StreamScheduler() {
+        {
+            std::lock_guard<std::mutex> guard(m_lock);
+            m_exit = true;
+        }
+        m_cond.notify_all();
+        if (m_thread.joinable()) m_thread.join();
+    }
+    int Start(int type, Clock::duration period) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        const int id = m_nextId++;
+        m_streams[id] = Stream{type, period, Clock::now(), 0};
+        if (!m_thread.joinable()) m_thread = std::thread([this] { Run(); });
+        m_cond.notify_all();
+        return id;
+    }
+    // Once this returns, no event of the stopped streams is injected any more.
+    void Stop(const int* id) {
+        std::unique_lock<std::mutex> lock(m_lock);
+        if (id != nullptr) {
+            m_streams.erase(*id);
+        } else {
+            m_streams.clear();
+        }
+        m_cond.notify_all();
+        m_cond.wait(lock, [this] { return !m_injecting; });
+    }
+
+private:
+    struct Stream {
+        int type;
+        Clock::duration period;
+        Clock::time_point next;
+        int64_t count;
+    };
+
+    void Run() {
+        std::unique_lock<std::mutex> lock(m_lock);
+        std::vector<ASensorEvent> due;
+        while (!m_exit) {
+            if (m_streams.empty()) {
+                m_cond.wait(lock);
+                continue;
+            }
+            Clock::time_point earliest = Clock::time_point::max();
+            for (const auto& entry : m_streams) earliest = std::min(earliest, entry.second.next);
+            if (Clock::now() < earliest) {
+                m_cond.wait_until(lock, earliest);  // also woken by a change of the streams
+                continue;
+            }
+            due.clear();
+            const Clock::time_point now = Clock::now();
+            for (auto& entry : m_streams) {
+                Stream& stream = entry.second;
+                if (stream.next > now) continue;
+                float phase = static_cast<float>(stream.count++) * 0.01f;
+                due.push_back(MakeSensorEvent(stream.type, {std::sin(phase), std::cos(phase), 0.5f * std::sin(2 * phase),
+                                                            0.0f, 1.0f, 0.0f, 0.0f}));
+                stream.next += stream.period;
+            }
+            m_injecting = true;
+            lock.unlock();
+            InjectSensorEvents(due.data(), due.size());
+            lock.lock();
+            m_injecting = false;
+            m_cond.notify_all();
+        }
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_cond;
+    std::map<int, Stream> m_streams;
+    int m_nextId = 1;
+    bool m_injecting = false;
+    bool m_exit = false;
+    std::thread m_thread;
+};
+
+StreamScheduler g_streams;
 std::mutex g_sources_lock;
-std::map<int, std::unique_ptr<SourceThread>> g_streams;
-int g_next_stream_id = 1;
 std::unique_ptr<SourceThread> g_replay;
 
 }  // namespace
 
 int StartSensorStream(int type, double rateHz) {
     auto period = std::chrono::nanoseconds(static_cast<int64_t>(1e9 / (rateHz > 0 ? rateHz : 1)));
-    auto stream = std::make_unique<SourceThread>([type, period](SourceThread& self) {
-        Clock::time_point next = Clock::now();
-        for (int64_t n = 0;; ++n) {
-            float phase = static_cast<float>(n) * 0.01f;
-            ASensorEvent event = MakeSensorEvent(type, {std::sin(phase), std::cos(phase), 0.5f * std::sin(2 * phase),
-                                                        0.0f, 1.0f, 0.0f, 0.0f});
-            InjectSensorEvent(event);
-            next += period;
-            if (!self.SleepUntil(next)) return;
-        }
-    });
-    std::lock_guard<std::mutex> guard(g_sources_lock);
-    int id = g_next_stream_id++;
-    g_streams[id] = std::move(stream);
-    return id;
+    return g_streams.Start(type, period);
 }
 
 void StopSensorStream(int id) {
-    std::unique_ptr<SourceThread> stream;
-    {
-        std::lock_guard<std::mutex> guard(g_sources_lock);
-        auto found = g_streams.find(id);
-        if (found == g_streams.end()) return;
-        stream = std::move(found->second);
-        g_streams.erase(found);
-    }
-    // Joined outside the lock: the stream may be injecting right now.
+    g_streams.Stop(&id);
+}
+
+void StopAllSensorStreams() {
+    g_streams.Stop(nullptr);
 }
 
 const char* DefaultMotionTracePath() {

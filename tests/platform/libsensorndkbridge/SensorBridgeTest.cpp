@@ -3,7 +3,13 @@
 // aborts where the device would crash. A missing or throwing manager, read
 // errors and streams are proved through the listener in tests/sensor_manager.
 // Every blocking poll is bounded, so a fault fails instead of hanging.
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,6 +18,9 @@
 #include <zelkov_platform/sensor_control.h>
 
 using namespace zelkov_platform;
+
+// Exported by the platform's bridge without a declaration in the NDK header.
+extern "C" float ASensor_getMaxRange(ASensor const* sensor);
 
 namespace {
 
@@ -35,6 +44,7 @@ protected:
         EXPECT_EQ(GetSensorPlatformStats().liveLoopers, 0);
     }
     const ASensor* Sensor(int type) { return ASensorManager_getDefaultSensor(manager, type); }
+    ASensorEventQueue* NewQueue() { return ASensorManager_createEventQueue(manager, looper, 0, nullptr, nullptr); }
     int Poll(int timeoutMs) { return ALooper_pollOnce_camera(looper, timeoutMs, nullptr, nullptr, nullptr); }
     void Inject(int type, float value = 0) { InjectSensorEvent(MakeSensorEvent(type, {value})); }
     ASensorManager* manager = nullptr;
@@ -98,13 +108,241 @@ TEST_F(SensorBridgeTest, EachPollTakesTheReadySignalAndAWakeWaitsBehindEvents) {
     waker.join();
 }
 
-TEST_F(SensorBridgeTest, DestroyingANullOrUnknownQueue) {
-    ASensorEventQueue* other = ASensorManager_createEventQueue(manager, looper, 0, nullptr, nullptr);
+TEST_F(SensorBridgeTest, AnEmptyListIsAnArrayOfNoSensors) {
+    SetSensorList({});
+    ASensorList list = nullptr;
+    EXPECT_EQ(ASensorManager_getSensorList(manager, &list), 0);
+    EXPECT_NE(list, nullptr) << "the platform hands out a zero-length array";
+    EXPECT_EQ(Sensor(ASENSOR_TYPE_ACCELEROMETER), nullptr);
+}
+
+// The default is the first sensor of the type whose wake-up flag is the
+// type's default: wake-up for proximity and the gestures, else not.
+TEST_F(SensorBridgeTest, DefaultSensorHasTheTypesDefaultWakeUpFlag) {
+    std::vector<SimulatedSensor> sensors = {{ASENSOR_TYPE_PROXIMITY, "Proximity", 10},
+                                            {ASENSOR_TYPE_PROXIMITY, "Proximity wake-up", 11},
+                                            {ASENSOR_TYPE_ACCELEROMETER, "Accel wake-up", 12},
+                                            {ASENSOR_TYPE_ACCELEROMETER, "Accel", 13},
+                                            {ASENSOR_TYPE_ACCELEROMETER, "Accel 2", 14}};
+    sensors[1].wakeUp = sensors[2].wakeUp = true;
+    SetSensorList(sensors);
+    const struct {
+        int type;
+        int handle;  // ASENSOR_INVALID: none
+    } cases[] = {{ASENSOR_TYPE_PROXIMITY, 11}, {ASENSOR_TYPE_ACCELEROMETER, 13}, {ASENSOR_TYPE_LIGHT, ASENSOR_INVALID}};
+    for (const auto& c : cases) EXPECT_EQ(ASensor_getHandle(Sensor(c.type)), c.handle) << c.type;
+    sensors = {{ASENSOR_TYPE_PROXIMITY, "Proximity", 10}};
+    SetSensorList(sensors);
+    EXPECT_EQ(Sensor(ASENSOR_TYPE_PROXIMITY), nullptr) << "no wake-up proximity sensor";
+}
+
+TEST_F(SensorBridgeTest, SensorDescriptionAndItsInvalidValues) {
+    SimulatedSensor gyro(ASENSOR_TYPE_GYROSCOPE, "Gyro", 21);
+    gyro.vendor = "Vendor";
+    gyro.stringType = "android.sensor.gyroscope";
+    gyro.resolution = 0.5f;
+    gyro.maxRange = 35.0f;
+    gyro.minDelayUs = 2500;
+    gyro.fifoMaxEventCount = 300;
+    gyro.fifoReservedEventCount = 100;
+    gyro.reportingMode = AREPORTING_MODE_ON_CHANGE;
+    SetSensorList({gyro});
+    const ASensor* sensor = Sensor(ASENSOR_TYPE_GYROSCOPE);
+    ASSERT_NE(sensor, nullptr);
+    EXPECT_STREQ(ASensor_getName(sensor), "Gyro");
+    EXPECT_STREQ(ASensor_getVendor(sensor), "Vendor");
+    EXPECT_STREQ(ASensor_getStringType(sensor), "android.sensor.gyroscope");
+    EXPECT_EQ(ASensor_getResolution(sensor), 0.5f);
+    EXPECT_EQ(ASensor_getMaxRange(sensor), 35.0f);
+    EXPECT_EQ(ASensor_getMinDelay(sensor), 2500);
+    EXPECT_EQ(ASensor_getFifoMaxEventCount(sensor), 300);
+    EXPECT_EQ(ASensor_getFifoReservedEventCount(sensor), 100);
+    EXPECT_EQ(ASensor_getReportingMode(sensor), AREPORTING_MODE_ON_CHANGE);
+    EXPECT_EQ(ASensor_getHandle(sensor), 21);
+    EXPECT_FALSE(ASensor_isWakeUpSensor(sensor));
+    EXPECT_FALSE(ASensor_isDirectChannelTypeSupported(sensor, ASENSOR_DIRECT_CHANNEL_TYPE_SHARED_MEMORY));
+    EXPECT_EQ(ASensor_getHighestDirectReportRateLevel(sensor), ASENSOR_DIRECT_RATE_STOP);
+
+    EXPECT_EQ(ASensor_getName(nullptr), nullptr);
+    EXPECT_EQ(ASensor_getVendor(nullptr), nullptr);
+    EXPECT_EQ(ASensor_getStringType(nullptr), nullptr);
+    EXPECT_TRUE(std::isnan(ASensor_getResolution(nullptr)));
+    EXPECT_TRUE(std::isnan(ASensor_getMaxRange(nullptr)));
+    EXPECT_EQ(ASensor_getMinDelay(nullptr), ASENSOR_DELAY_INVALID);
+    EXPECT_EQ(ASensor_getFifoMaxEventCount(nullptr), ASENSOR_FIFO_COUNT_INVALID);
+    EXPECT_EQ(ASensor_getFifoReservedEventCount(nullptr), ASENSOR_FIFO_COUNT_INVALID);
+    EXPECT_EQ(ASensor_getReportingMode(nullptr), AREPORTING_MODE_INVALID);
+    EXPECT_EQ(ASensor_getHandle(nullptr), ASENSOR_INVALID);
+    EXPECT_FALSE(ASensor_isWakeUpSensor(nullptr));
+}
+
+// The service clamps the period to [minDelay, maxDelay] (the lower bound
+// wins) and refuses a sensor it fails to start or no longer lists.
+TEST_F(SensorBridgeTest, RegistrationClampsThePeriodAndCanBeRefused) {
+    SimulatedSensor accel(ASENSOR_TYPE_ACCELEROMETER, "Accel", 1);
+    accel.minDelayUs = 2500;
+    accel.maxDelayUs = 100000;
+    SimulatedSensor light(ASENSOR_TYPE_LIGHT, "Light", 2);  // on change: no bounds
+    SimulatedSensor gyro(ASENSOR_TYPE_GYROSCOPE, "Gyro", 3);
+    gyro.refusesRegistration = true;
+    SetSensorList({accel, light, gyro});
+    const struct {
+        int type;
+        int requestedUs;
+        int registeredUs;
+    } periods[] = {{ASENSOR_TYPE_ACCELEROMETER, 0, 2500},       {ASENSOR_TYPE_ACCELEROMETER, 5000, 5000},
+                   {ASENSOR_TYPE_ACCELEROMETER, 1000000, 100000}, {ASENSOR_TYPE_LIGHT, 0, 0},
+                   {ASENSOR_TYPE_LIGHT, 1000000, 1000000}};
+    for (const auto& c : periods) {
+        EXPECT_EQ(ASensorEventQueue_registerSensor(queue, Sensor(c.type), c.requestedUs, 0), 0);
+        EXPECT_EQ(RegisteredSamplingPeriodUs(c.type), c.registeredUs) << c.type << " at " << c.requestedUs;
+    }
+    EXPECT_EQ(ASensorEventQueue_setEventRate(queue, Sensor(ASENSOR_TYPE_ACCELEROMETER), 20000), 0);
+    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 20000);
+
+    EXPECT_EQ(ASensorEventQueue_registerSensor(queue, Sensor(ASENSOR_TYPE_GYROSCOPE), 0, 0), -22);
+    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_GYROSCOPE), -1);
+    const ASensor* oldLight = Sensor(ASENSOR_TYPE_LIGHT);
+    SetSensorList({accel});
+    EXPECT_EQ(ASensorEventQueue_registerSensor(queue, oldLight, 0, 0), -22) << "no longer listed";
+    EXPECT_EQ(ASensorEventQueue_registerSensor(nullptr, nullptr, 0, 0), -22);
+    EXPECT_EQ(ASensorEventQueue_setEventRate(nullptr, nullptr, 0), -22);
+}
+
+// Events go by sensor handle: a second sensor of the registered type does not
+// reach the queue, and every delivered event names its sensor.
+TEST_F(SensorBridgeTest, EventsCarryTheHandleOfTheirSensorAndGoByIt) {
+    SetSensorList({{ASENSOR_TYPE_ACCELEROMETER, "Accel", 31}, {ASENSOR_TYPE_ACCELEROMETER, "Accel 2", 32}});
+    ASSERT_EQ(ASensorEventQueue_enableSensor(queue, Sensor(ASENSOR_TYPE_ACCELEROMETER)), 0);
+    ASensorEvent fromSecond = MakeSensorEvent(ASENSOR_TYPE_ACCELEROMETER, {2});
+    fromSecond.sensor = 32;
+    EXPECT_EQ(InjectSensorEvent(fromSecond), 0);
+    Inject(ASENSOR_TYPE_ACCELEROMETER, 1);
+    ASensorEvent event;
+    ASSERT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1);
+    EXPECT_EQ(event.sensor, 31);
+    EXPECT_EQ(event.data[0], 1.0f);
+}
+
+TEST_F(SensorBridgeTest, AdditionalInfoEventsOnlyWhenRequested) {
+    ASSERT_EQ(ASensorEventQueue_enableSensor(queue, Sensor(ASENSOR_TYPE_GYROSCOPE)), 0);
+    ASensorEvent info = MakeSensorEvent(ASENSOR_TYPE_ADDITIONAL_INFO, {1});
+    info.sensor = ASensor_getHandle(Sensor(ASENSOR_TYPE_GYROSCOPE));
+    EXPECT_EQ(InjectSensorEvent(info, true), 0) << "not even to every queue";
+    EXPECT_EQ(ASensorEventQueue_hasEvents(queue), 0);
+    EXPECT_EQ(ASensorEventQueue_requestAdditionalInfoEvents(queue, true), 0);
+    EXPECT_EQ(InjectSensorEvent(info), 1);
+    EXPECT_EQ(ASensorEventQueue_hasEvents(queue), 1);
+    ASensorEvent event;
+    ASSERT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1);
+    EXPECT_EQ(event.type, ASENSOR_TYPE_ADDITIONAL_INFO);
+    EXPECT_EQ(ASensorEventQueue_requestAdditionalInfoEvents(nullptr, true), -22);
+    EXPECT_EQ(ASensorEventQueue_hasEvents(nullptr), -22);
+}
+
+// The service refuses to disable a sensor that no queue has enabled.
+TEST_F(SensorBridgeTest, DisablingASensorEnabledOnNoQueueIsRefused) {
+    ASensorEventQueue* other = NewQueue();
+    const ASensor* light = Sensor(ASENSOR_TYPE_LIGHT);
+    EXPECT_EQ(ASensorEventQueue_disableSensor(queue, light), -22);
+    ASSERT_EQ(ASensorEventQueue_enableSensor(other, light), 0);
+    EXPECT_EQ(ASensorEventQueue_disableSensor(queue, light), 0) << "enabled on another queue";
+    EXPECT_EQ(ASensorEventQueue_disableSensor(other, light), 0);
+    EXPECT_EQ(ASensorEventQueue_disableSensor(other, light), -22);
     EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0);
-    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0) << "no longer known: left alone";
+}
+
+TEST_F(SensorBridgeTest, RegisteredPeriodIsTheLastRegistrations) {
+    ASensorEventQueue* other = NewQueue();
+    const ASensor* accel = Sensor(ASENSOR_TYPE_ACCELEROMETER);
+    for (ASensorEventQueue* first : {queue, other}) {
+        ASensorEventQueue* second = first == queue ? other : queue;
+        ASSERT_EQ(ASensorEventQueue_registerSensor(first, accel, 1000, 0), 0);
+        ASSERT_EQ(ASensorEventQueue_registerSensor(second, accel, 2000, 0), 0);
+        EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 2000);
+    }
+    ASSERT_EQ(ASensorEventQueue_registerSensor(other, accel, 3000, 0), 0);
+    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 3000);
+    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0);
+    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 2000) << "the destroyed queue's is gone";
+}
+
+// A read error set up by the control API comes after the null checks and
+// waits for a read that gets that far.
+TEST_F(SensorBridgeTest, AnInjectedReadErrorKeepsTheNullChecks) {
+    FailNextGetEvents(-4);
+    ASensorEvent event;
+    EXPECT_EQ(ASensorEventQueue_getEvents(nullptr, &event, 1), -22);
+    EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), -4);
+    EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 0);
+}
+
+TEST_F(SensorBridgeTest, ResetLeavesNoQueueReady) {
+    ASSERT_EQ(ASensorEventQueue_enableSensor(queue, Sensor(ASENSOR_TYPE_LIGHT)), 0);
+    Inject(ASENSOR_TYPE_LIGHT);
+    ResetSensorPlatform();
+    EXPECT_EQ(Poll(0), ALOOPER_POLL_TIMEOUT);
+    EXPECT_EQ(ASensorEventQueue_hasEvents(queue), 0);
+}
+
+// Streams inject nothing once stopped, one by one or all by a reset.
+TEST_F(SensorBridgeTest, StoppedStreamsInjectNothingMore) {
+    const int light = StartSensorStream(ASENSOR_TYPE_LIGHT, 2000);
+    StartSensorStream(ASENSOR_TYPE_ACCELEROMETER, 2000);
+    StartSensorStream(ASENSOR_TYPE_GYROSCOPE, 2000);
+    auto injected = [] { return GetSensorPlatformStats().injectedEvents; };
+    const auto waitForMore = [&](uint64_t than) {
+        for (int i = 0; i < kBoundMs && injected() <= than; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return injected() > than;
+    };
+    EXPECT_TRUE(waitForMore(0));
+    StopSensorStream(light);
+    ResetSensorPlatform();  // zeroes the counters and stops the other two
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(injected(), 0u);
+}
+
+// The wake comes while the poll is blocked (the poller is known to the
+// platform only once it waits): it ends that poll, long before its time-out.
+TEST_F(SensorBridgeTest, WakeEndsAPollInProgress) {
+    std::thread waker([this] {
+        EXPECT_TRUE([] {
+            for (int i = 0; i < kBoundMs && PollingThreadNames().empty(); ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            return !PollingThreadNames().empty();
+        }());
+        ALooper_wake(looper);
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Poll(kBoundMs), ALOOPER_POLL_WAKE);
+    const auto waited = std::chrono::steady_clock::now() - start;
+    waker.join();
+    EXPECT_LT(waited, std::chrono::milliseconds(kBoundMs / 2)) << "the wake did not end the poll";
+}
+
+// The platform's bridge has one looper for the process, whatever the thread.
+TEST_F(SensorBridgeTest, ThreadLooperIsTheProcessLooper) {
+    ALooper* mine = ALooper_prepare(0);
+    ALooper* theirs = nullptr;
+    std::thread([&] { theirs = ALooper_forThread(); }).join();
+    EXPECT_EQ(mine, theirs);
+    EXPECT_EQ(ALooper_forThread(), mine);
+    ASensorEventQueue* onIt = ASensorManager_createEventQueue(manager, mine, 0, nullptr, nullptr);
+    ASSERT_EQ(ASensorEventQueue_enableSensor(onIt, Sensor(ASENSOR_TYPE_LIGHT)), 0);
+    Inject(ASENSOR_TYPE_LIGHT);
+    int fd = -1;
+    EXPECT_EQ(ALooper_pollOnce(0, &fd, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
+    EXPECT_EQ(fd, 0);
+    EXPECT_EQ(ALooper_pollOnce(0, nullptr, nullptr, nullptr), ALOOPER_POLL_TIMEOUT);
+    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, onIt), 0);
+}
+
+TEST_F(SensorBridgeTest, NullManagerOrLooperArguments) {
     EXPECT_EQ(ASensorManager_destroyEventQueue(manager, nullptr), -22);
     EXPECT_EQ(ASensorManager_destroyEventQueue(nullptr, queue), -22);
     EXPECT_EQ(ASensorManager_createEventQueue(manager, nullptr, 0, nullptr, nullptr), nullptr);
+    EXPECT_EQ(ASensorManager_createEventQueue(nullptr, looper, 0, nullptr, nullptr), nullptr);
 }
 
 // Where the device dereferences a null handle, the stand-in stops at once.
@@ -116,9 +354,39 @@ TEST_F(SensorBridgeTest, NullHandlesTheDeviceDereferencesAbort) {
                  "^libsensorndkbridge: ASensorEventQueue_disableSensor: null sensor \\(the device dereferences it\\)");
     EXPECT_DEATH(ASensorEventQueue_registerSensor(queue, nullptr, 0, 0), "registerSensor: null sensor");
     EXPECT_DEATH(ASensorEventQueue_enableSensor(queue, nullptr), "enableSensor: null sensor");
+    EXPECT_DEATH(ASensorEventQueue_setEventRate(queue, nullptr, 0), "setEventRate: null sensor");
     EXPECT_DEATH(ALooper_wake(nullptr), "ALooper_wake: null looper");
     EXPECT_DEATH(ASensorEventQueue_getEvents(queue, nullptr, 1), "getEvents: null event buffer");
     EXPECT_EQ(ASensorEventQueue_getEvents(queue, &event, 1), 1) << "the parent still has its event";
+}
+
+// A destroyed queue or a released looper is freed memory on the device: every
+// call that would use it stops with its name.
+TEST_F(SensorBridgeTest, DestroyedQueuesAndReleasedLoopersAbort) {
+    ASensorEventQueue* gone = NewQueue();
+    ASSERT_EQ(ASensorManager_destroyEventQueue(manager, gone), 0);
+    ALooper* released = ALooper_forCamera();
+    ALooper_release_forCamera(released);
+    const ASensor* light = Sensor(ASENSOR_TYPE_LIGHT);
+    ASensorEvent event;
+    const struct {
+        const char* call;
+        std::function<void()> use;
+    } uses[] = {
+        {"ASensorEventQueue_getEvents", [&] { ASensorEventQueue_getEvents(gone, &event, 1); }},
+        {"ASensorEventQueue_registerSensor", [&] { ASensorEventQueue_registerSensor(gone, light, 0, 0); }},
+        {"ASensorEventQueue_disableSensor", [&] { ASensorEventQueue_disableSensor(gone, light); }},
+        {"ASensorEventQueue_hasEvents", [&] { ASensorEventQueue_hasEvents(gone); }},
+        {"ASensorManager_destroyEventQueue", [&] { ASensorManager_destroyEventQueue(manager, gone); }},
+        {"ALooper_pollOnce_camera", [&] { ALooper_pollOnce_camera(released, 0, nullptr, nullptr, nullptr); }},
+        {"ASensorManager_createEventQueue",
+         [&] { ASensorManager_createEventQueue(manager, released, 0, nullptr, nullptr); }},
+        {"ALooper_wake", [&] { ALooper_wake(released); }},
+        {"ALooper_release_forCamera", [&] { ALooper_release_forCamera(released); }},
+    };
+    for (const auto& use : uses) {
+        EXPECT_DEATH(use.use(), std::string("^libsensorndkbridge: ") + use.call + ": .* (released|destroyed)");
+    }
 }
 
 }  // namespace
