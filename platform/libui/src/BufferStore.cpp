@@ -103,7 +103,9 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     native_handle_t* handle = NewHandle(fd);
     void* mapping = MAP_FAILED;
     if (handle != nullptr && ftruncate(fd, static_cast<off_t>(byteSize)) == 0) {
-        mapping = mmap(nullptr, byteSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        // Populated now, as a dma-buf heap hands out its pages at allocation:
+        // the first lock does not fault every page of the picture in.
+        mapping = mmap(nullptr, byteSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd, 0);
     }
     if (mapping == MAP_FAILED) {
         std::free(handle);
