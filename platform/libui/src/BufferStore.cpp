@@ -205,8 +205,8 @@ status_t BufferStore::LockYCbCr(buffer_handle_t handle, uint32_t usage, const an
 
 // The platform's unlock reports success whatever the mapper says; a camera
 // core that unlocks a buffer it has not locked learns of it here only. The
-// mapping stays: it is MAP_SHARED and CPU-coherent, so there is no cache to
-// clean for another process, and its pages stay faulted in for the next lock.
+// mapping stays until free, as on the device: it is MAP_SHARED and the host
+// has no non-coherent cache to clean for another user of the buffer.
 status_t BufferStore::Unlock(buffer_handle_t handle) {
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;

@@ -22,9 +22,9 @@ namespace ui {
 // Every buffer of the process, shared by the mapper and the allocator. A
 // buffer is a memfd of its byte size, mapped from allocation to free as the
 // platform's mapper maps a buffer when it imports it, so lock and unlock cost
-// the same whatever the size. Results
-// are those of the platform's libui over a gralloc 5 mapper; misuse that the
-// device answers with a crash or a read of freed memory aborts.
+// the same whatever the size. Results are those of the platform's libui over
+// a gralloc 5 mapper; misuse that the device answers with a crash or a read
+// of freed memory aborts.
 class BufferStore {
 public:
     static BufferStore& Instance();
