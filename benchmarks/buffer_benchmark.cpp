@@ -1,5 +1,6 @@
 // The cost of one camera buffer's life on the host gralloc: allocate a 1080p
 // NV21 buffer, lock it as flat memory and as YCbCr planes, unlock, free.
+#include <cstdint>
 #include <memory>
 
 #include <benchmark/benchmark.h>
@@ -40,19 +41,28 @@ void BM_BufferLifeCycle(benchmark::State& state) {
 }
 BENCHMARK(BM_BufferLifeCycle);
 
-// The per-frame part alone, on a buffer allocated once.
+// The per-frame part alone, on a YUV buffer allocated once, at 1080p and 4K:
+// the platform's mapper maps a buffer when it imports it, so the pair costs
+// the same whatever the size. One byte is written through each lock, as a
+// producer would.
 void BM_LockYCbCrUnlock(benchmark::State& state) {
     std::unique_ptr<IZelBufferHandler> handler(IZelBufferHandler::Create());
-    const native_handle* handle = AllocateFrame(*handler);
+    const int width = int(state.range(0)), height = int(state.range(1));
+    const native_handle* handle = nullptr;
+    unsigned int stride = 0;
+    handler->Allocate(width, height, GET_HAL_PIXEL_FORMAT_YCBCR_420_888(), 1, kUsage, &handle, &stride, "benchmark");
+    const ZelRect whole{0, 0, width, height};
+    uint8_t value = 0;
     for (auto _ : state) {
         ZelYCbCrLayout layout{};
-        handler->LockYCbCr(handle, kUsage, kFrame, &layout);
+        handler->LockYCbCr(handle, kUsage, whole, &layout);
+        static_cast<uint8_t*>(layout.y)[0] = ++value;
         benchmark::DoNotOptimize(layout);
         handler->Unlock(handle);
     }
     handler->Free(handle);
 }
-BENCHMARK(BM_LockYCbCrUnlock);
+BENCHMARK(BM_LockYCbCrUnlock)->Args({1920, 1080})->Args({3840, 2160});
 
 void BM_FindYuvFormat(benchmark::State& state) {
     static char planes[4];

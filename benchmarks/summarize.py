@@ -11,6 +11,9 @@ What a row shows follows from the counters the benchmark reports:
   median_us, p99_us (max_us)    a latency distribution (with floor_<figure>_us
                                 and the <figure>_x_floor ratios when it has a floor)
   <what>_per_second             a rate, in <what>/s
+  core_cpu_ms_per_frame         the camera pipeline (hal3_pipeline_bench): four rows per
+                                run, CPU against the memset floor, latency against its
+                                bound, frame intervals, the checker's share
   a BigO aggregate              a family over sizes: its end points and the fit
 otherwise the real time per iteration.
 """
@@ -54,7 +57,7 @@ def si(value):
 
 
 def short_name(run_name):
-    parts = [p for p in run_name.split("/") if p != "real_time" and not p.startswith("iterations:")]
+    parts = [p for p in run_name.split("/") if p not in ("real_time", "manual_time") and not p.startswith("iterations:")]
     return "/".join(parts)
 
 
@@ -67,16 +70,17 @@ def load(path):
         data = json.load(f)
     rows = data["benchmarks"]
     repeated = any(r.get("aggregate_name") == "median" for r in rows)
-    kept, cv, families = [], {}, {}
+    kept, cv, cv_rows, families = [], {}, {}, {}
     for r in rows:
         kind = r.get("aggregate_name")
         if kind == "cv":
             cv[r["run_name"]] = r["real_time"]
+            cv_rows[r["run_name"]] = r
         elif kind in ("BigO", "RMS"):
             families.setdefault(r["run_name"], {})[kind] = r
         elif (kind == "median") if repeated else (r.get("run_type") == "iteration"):
             kept.append(r)
-    return data["context"], kept, cv, families
+    return data["context"], kept, cv, cv_rows, families
 
 
 def family_row(program, family, members, fit, spread):
@@ -111,6 +115,45 @@ def row_for(program, r, spread):
     return [name, "real time per iteration", number(real_ns(r) / factor), unit, spread]
 
 
+def pipeline_rows(program, r, cv_rows, jpeg_every_frame_extra_ms):
+    """The camera pipeline's figures, each spread being the cv of its first counter."""
+    name = f"{program}: {short_name(r['run_name'])}"
+    cv = cv_rows.get(r["run_name"], {})
+
+    def spread(counter):
+        return f"{cv[counter] * 100:.1f}%" if counter in cv else "–"
+
+    interval = r["latency_bound_ms"] / (r["pipeline_depth"] + 1)
+    cpu = (f"{number(r['core_cpu_ms_per_frame'])}; {number(r['floor_ms'])}; ×{r['core_x_floor']:.1f}")
+    cpu_label = "core CPU per frame; memset floor of the four pictures (same run); core / floor"
+    if jpeg_every_frame_extra_ms is not None:
+        cpu += f"; +{number(jpeg_every_frame_extra_ms)}"
+        cpu_label += "; added by a JPEG on every frame"
+    latency = (f"{number(r['latency_p50_ms'])} / {number(r['latency_p99_ms'])}; {number(r['latency_bound_ms'])}; "
+               f"{r['max_in_flight']:.0f} / {r['max_buffers']:.0f}")
+    intervals = (f"{number(r['shutter_interval_p50_ms'])} / {number(r['result_interval_p50_ms'])}; "
+                 f"{r['shutter_interval_off_p99_pct']:.2f}% / {r['result_interval_off_p99_pct']:.2f}%")
+    checker = f"{number(r['checker_cpu_ms_per_frame'])}; {r['checker_pct_of_interval']:.1f}%"
+    return [
+        [name, cpu_label, cpu, "ms", spread("core_cpu_ms_per_frame")],
+        [name, f"submit-to-final latency p50 / p99; bound (pipeline depth {r['pipeline_depth']:.0f} + 1 frame "
+               "intervals); most requests in flight / max_buffers", latency, "ms", spread("latency_p99_ms")],
+        [name, f"frame interval p50 (shutter / final result); p99 distance from {number(interval)} ms", intervals,
+         "ms", spread("result_interval_off_p99_pct")],
+        [name, "checker CPU per frame; share of the frame interval", checker, "ms",
+         spread("checker_cpu_ms_per_frame")],
+    ]
+
+
+def jpeg_extra_ms(rows):
+    """Core CPU a JPEG on every frame adds to one every 30th, when the run has both."""
+    by_arg = {short_name(r["run_name"]): r for r in rows if "core_cpu_ms_per_frame" in r}
+    every, sparse = by_arg.get("BM_FourStreams30fps/1"), by_arg.get("BM_FourStreams30fps/30")
+    if every is None or sparse is None:
+        return None
+    return every["core_cpu_ms_per_frame"] - sparse["core_cpu_ms_per_frame"]
+
+
 def spread_of(cv, run_name):
     return f"{cv[run_name] * 100:.1f}%" if run_name in cv else "–"
 
@@ -126,18 +169,29 @@ def machine_line(context):
     except OSError:
         pass
     date = context.get("date") or datetime.datetime.now(datetime.timezone.utc).isoformat(timespec="seconds")
-    load = ", ".join(f"{v:.2f}" for v in context.get("load_avg", []))
-    return f"Machine: {model}, {os.cpu_count()} cores, load average {load} at start; run {date}"
+    load = ", ".join(f"{v:.2f}" for v in context.get("load_avg", [])) + " at start"
+    try:
+        with open("/proc/loadavg") as f:
+            load += ", " + ", ".join(f.read().split()[:3]) + " at the end"
+    except OSError:
+        pass
+    return f"Machine: {model}, {os.cpu_count()} cores, load average {load}; run {date}"
 
 
 def main(paths):
     table, first_context = [], None
     for path in paths:
-        context, rows, cv, families = load(path)
+        context, rows, cv, cv_rows, families = load(path)
         first_context = first_context or context
-        program = os.path.basename(path).replace("_benchmark.json", "").replace(".json", "")
+        program = os.path.basename(path).replace("_benchmark.json", "").replace("_bench.json", "")
+        program = program.replace(".json", "")
+        extra = jpeg_extra_ms(rows)
         done = set()
         for r in rows:
+            if "core_cpu_ms_per_frame" in r:
+                every_frame = short_name(r["run_name"]) == "BM_FourStreams30fps/1"
+                table.extend(pipeline_rows(program, r, cv_rows, extra if every_frame else None))
+                continue
             family = r["run_name"].split("/")[0]
             if family in families:
                 if family not in done:

@@ -115,7 +115,13 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     const int fd = memfd_create("zelkov-gralloc", MFD_CLOEXEC);
     if (fd < 0) return refuse(NO_MEMORY);
     native_handle_t* handle = NewHandle(fd);
-    if (handle == nullptr || ftruncate(fd, static_cast<off_t>(byteSize)) != 0) {
+    void* mapping = MAP_FAILED;
+    if (handle != nullptr && ftruncate(fd, static_cast<off_t>(byteSize)) == 0) {
+        // Populated now, as a dma-buf heap hands out its pages at allocation:
+        // the first lock does not fault every page of the picture in.
+        mapping = mmap(nullptr, byteSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd, 0);
+    }
+    if (mapping == MAP_FAILED) {
         std::free(handle);
         close(fd);
         return refuse(NO_MEMORY);
@@ -130,8 +136,8 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     ints[kHandleIntLayerCount] = static_cast<int>(layerCount);
     ints[kHandleIntByteSize] = static_cast<int>(byteSize);
 
-    m_buffers[handle] =
-        Buffer{handle, layout, width, height, static_cast<uint32_t>(stride), byteSize, usage, 0, nullptr};
+    m_buffers[handle] = Buffer{handle, layout, width, height, static_cast<uint32_t>(stride),
+                               byteSize, usage, 0, static_cast<uint8_t*>(mapping)};
     m_freed.erase(handle);
     *outHandle = handle;
     *outStride = static_cast<uint32_t>(stride);
@@ -145,8 +151,7 @@ status_t BufferStore::Free(buffer_handle_t handle) {
     const char* call = "GraphicBufferAllocator::free";
     Buffer* buffer = Find(handle, call);
     if (buffer == nullptr) Abort(call, "handle never allocated (the mapper frees what it points to)");
-    // Freeing a locked buffer also drops its mapping, as a real mapper does.
-    if (buffer->mapping != nullptr) munmap(buffer->mapping, buffer->byteSize);
+    munmap(buffer->mapping, buffer->byteSize);
     close(buffer->handle->data[0]);
     std::free(buffer->handle);
     m_buffers.erase(handle);
@@ -169,11 +174,6 @@ status_t BufferStore::MapForLock(Buffer* buffer, uint32_t usage, const android::
                    static_cast<uint32_t>(bounds.right) > buffer->width ||
                    static_cast<uint32_t>(bounds.bottom) > buffer->height)) {
         return kMapperBadValue;
-    }
-    if (buffer->mapping == nullptr) {
-        void* mapping = mmap(nullptr, buffer->byteSize, PROT_READ | PROT_WRITE, MAP_SHARED, buffer->handle->data[0], 0);
-        if (mapping == MAP_FAILED) return NO_MEMORY;
-        buffer->mapping = static_cast<uint8_t*>(mapping);
     }
     ++buffer->lockCount;
     return NO_ERROR;
@@ -225,7 +225,9 @@ status_t BufferStore::LockYCbCr(buffer_handle_t handle, uint32_t usage, const an
 }
 
 // The platform's unlock reports success whatever the mapper says; a camera
-// core that unlocks a buffer it has not locked learns of it here only.
+// core that unlocks a buffer it has not locked learns of it here only. The
+// mapping stays until free, as on the device: it is MAP_SHARED and the host
+// has no non-coherent cache to clean for another user of the buffer.
 status_t BufferStore::Unlock(buffer_handle_t handle) {
     std::lock_guard<std::mutex> guard(m_lock);
     status_t status;
@@ -235,10 +237,7 @@ status_t BufferStore::Unlock(buffer_handle_t handle) {
     if (buffer == nullptr || buffer->lockCount == 0) {
         Abort(call, "buffer not locked (the mapper refuses it and libui reports success)");
     }
-    if (--buffer->lockCount == 0) {
-        munmap(buffer->mapping, buffer->byteSize);
-        buffer->mapping = nullptr;
-    }
+    --buffer->lockCount;
     return NO_ERROR;
 }
 

@@ -20,9 +20,11 @@ namespace zelkov_platform {
 namespace ui {
 
 // Every buffer of the process, shared by the mapper and the allocator. A
-// buffer is a memfd of its byte size; it is mapped only while locked. Results
-// are those of the platform's libui over a gralloc 5 mapper; misuse that the
-// device answers with a crash or a read of freed memory aborts.
+// buffer is a memfd of its byte size, mapped from allocation to free as the
+// platform's mapper maps a buffer when it imports it, so lock and unlock cost
+// the same whatever the size. Results are those of the platform's libui over
+// a gralloc 5 mapper; misuse that the device answers with a crash or a read
+// of freed memory aborts.
 class BufferStore {
 public:
     static BufferStore& Instance();
@@ -58,7 +60,7 @@ private:
         uint64_t byteSize;
         uint64_t usage;
         int lockCount;     // locks nest, as in the platform's mappers
-        uint8_t* mapping;  // non-null while locked
+        uint8_t* mapping;  // from allocation to free
     };
 
     // Under m_lock: consumes a forced failure of `call`, if one is pending.
