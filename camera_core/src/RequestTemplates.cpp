@@ -3,6 +3,7 @@
 #include <android/constants/CameraConstants.h>
 
 #include "MetadataTags.h"
+#include "SensorModel.h"
 
 namespace camera_core {
 namespace {
@@ -75,11 +76,25 @@ Metadata BuildDefaultSettings(const CameraConfig& camera, int type) {
     settings.SetOne(tag::kSensorExposureTime, int64_t{10000000});
     settings.SetOne(tag::kSensorSensitivity, int32_t{100});
     settings.SetOne(tag::kSensorFrameDuration, int64_t{1000000000} / fps[1]);
-    settings.SetOne(tag::kNoiseReductionMode, value::kNoiseReductionFast);
-    settings.SetOne(tag::kColorCorrectionAberrationMode, value::kAberrationFast);
+    // A still capture takes its time over the picture; the others keep the frame rate.
+    const uint8_t processing = type == zelkov::GET_CAMERA3_TEMPLATE_STILL_CAPTURE() ? value::kProcessingHighQuality
+                                                                                    : value::kProcessingFast;
+    settings.SetOne(tag::kNoiseReductionMode, processing);
+    settings.SetOne(tag::kEdgeMode, processing);
+    settings.SetOne(tag::kHotPixelMode, processing);
+    settings.SetOne(tag::kShadingMode, processing);
+    settings.SetOne(tag::kColorCorrectionAberrationMode, processing);
+    settings.SetOne(tag::kTonemapMode, processing == value::kProcessingHighQuality ? value::kTonemapHighQuality
+                                                                                  : value::kTonemapFast);
     settings.SetOne(tag::kStatisticsFaceDetectMode, value::kOff);
+    settings.SetOne(tag::kStatisticsHotPixelMapMode, value::kOff);
+    settings.SetOne(tag::kStatisticsLensShadingMapMode, value::kOff);
     settings.Set(tag::kScalerCropRegion, crop, 4);
     settings.SetOne(tag::kLensFocusDistance, 0.0f);
+    settings.SetOne(tag::kLensAperture, sensor::kAperture);
+    settings.SetOne(tag::kLensFilterDensity, sensor::kFilterDensity);
+    settings.SetOne(tag::kLensFocalLength, sensor::kFocalLengthMm);
+    settings.SetOne(tag::kLensOpticalStabilizationMode, value::kOff);
     return settings;
 }
 

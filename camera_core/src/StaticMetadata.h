@@ -9,6 +9,9 @@ namespace camera_core {
 
 Metadata BuildCharacteristics(const CameraConfig& camera);
 
+// The longest frame duration the sensor runs at (android.sensor.info.maxFrameDuration).
+int64_t MaxFrameDuration(const CameraConfig& camera);
+
 // Bytes of the largest JPEG a BLOB buffer holds, trailer included.
 int32_t JpegMaxSize(const CameraConfig& camera);
 
