@@ -179,7 +179,7 @@ int Device::ConfigureStreams(camera3_stream_configuration* configuration) {
 }
 
 const camera_metadata* Device::DefaultSettings(int type) {
-    if (!IsSupportedTemplate(type)) return nullptr;
+    if (!IsSupportedTemplate(m_camera, type)) return nullptr;
     std::lock_guard<std::mutex> hold(m_lock);
     std::unique_ptr<Metadata>& slot = m_defaults[type];
     if (!slot) slot = std::make_unique<Metadata>(BuildDefaultSettings(m_camera, type));

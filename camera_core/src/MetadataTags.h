@@ -115,6 +115,7 @@ constexpr unsigned int kStatisticsInfoAvailableLensShadingMapModes = 0x120007;
 constexpr unsigned int kTonemapMode = 0x130003;
 constexpr unsigned int kTonemapAvailableToneMapModes = 0x130005;
 constexpr unsigned int kInfoSupportedHardwareLevel = 0x150000;
+constexpr unsigned int kBlackLevelLock = 0x160000;
 constexpr unsigned int kSyncFrameNumber = 0x170000;
 constexpr unsigned int kSyncMaxLatency = 0x170001;
 
@@ -186,6 +187,8 @@ constexpr uint8_t kProcessingHighQuality = 2;
 constexpr uint8_t kTonemapFast = 1;
 constexpr uint8_t kTonemapHighQuality = 2;
 constexpr uint8_t kCapabilityManualSensor = 1;
+constexpr uint8_t kCapabilityPrivateReprocessing = 4;
+constexpr uint8_t kCapabilityYuvReprocessing = 7;
 }  // namespace value
 
 }  // namespace camera_core

@@ -59,7 +59,7 @@ void AddLens(const CameraConfig& camera, Metadata* md) {
 }
 
 void AddControls(const CameraConfig& camera, Metadata* md) {
-    std::vector<uint8_t> aeModes = {value::kAeModeOn};
+    std::vector<uint8_t> aeModes = {value::kAeModeOff, value::kAeModeOn};
     if (camera.flash) aeModes.insert(aeModes.end(), {value::kAeModeOnAutoFlash, value::kAeModeOnAlwaysFlash});
     const uint8_t afModes[] = {value::kAfModeOff, value::kAfModeAuto, value::kAfModeContinuousVideo,
                                value::kAfModeContinuousPicture};
@@ -106,7 +106,7 @@ void AddRequestModel(const CameraConfig& camera, Metadata* md) {
     const int32_t maxOutputStreams[3] = {0, 3, 1};  // raw, processed, stalling (JPEG)
     const int32_t thumbnailSizes[4] = {0, 0, 160, 120};
     md->SetOne(tag::kInfoSupportedHardwareLevel, value::kHardwareLevelLimited);
-    md->SetOne(tag::kRequestAvailableCapabilities, value::kCapabilityBackwardCompatible);
+    md->Set(tag::kRequestAvailableCapabilities, Capabilities(camera));
     md->SetOne(tag::kRequestPartialResultCount, static_cast<int32_t>(camera.partialResultCount));
     md->SetOne(tag::kRequestPipelineMaxDepth, static_cast<uint8_t>(camera.pipelineDepth));
     md->Set(tag::kRequestMaxNumOutputStreams, maxOutputStreams, 3);
@@ -120,6 +120,10 @@ void AddRequestModel(const CameraConfig& camera, Metadata* md) {
 std::vector<int32_t> AsKeys(const std::vector<unsigned int>& tags) { return {tags.begin(), tags.end()}; }
 
 }  // namespace
+
+std::vector<uint8_t> Capabilities(const CameraConfig&) {
+    return {value::kCapabilityBackwardCompatible, value::kCapabilityManualSensor};
+}
 
 int64_t MaxFrameDuration(const CameraConfig& camera) {
     int32_t slowestFps = camera.fpsRanges[0];
