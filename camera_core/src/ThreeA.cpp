@@ -89,7 +89,8 @@ uint8_t ThreeA::UpdateAe(const Metadata& settings, bool dark) {
         m_ae = state;
         m_aeFramesLeft = ScanFrames();
     };
-    if (mode != m_aeMode) {
+    const bool started = mode != m_aeMode;  // a search starts: this frame counts as its first
+    if (started) {
         m_aeMode = mode;
         search(value::kAeStateSearching);
     }
@@ -98,7 +99,7 @@ uint8_t ThreeA::UpdateAe(const Metadata& settings, bool dark) {
     if (lock && m_ae == value::kAeStateLocked) return m_ae;
 
     const uint8_t trigger = settings.GetU8(tag::kControlAePrecaptureTrigger, value::kTriggerIdle);
-    const bool scanning = m_ae == value::kAeStateSearching || m_ae == value::kAeStatePrecapture;
+    const bool scanning = !started && (m_ae == value::kAeStateSearching || m_ae == value::kAeStatePrecapture);
     if (trigger == value::kTriggerStart) {
         search(value::kAeStatePrecapture);
     } else if (trigger == value::kTriggerCancel && m_ae == value::kAeStatePrecapture) {
@@ -167,17 +168,16 @@ uint8_t ThreeA::UpdateAwb(const Metadata& settings) {
         m_awbMode = mode;
         return m_awb = value::kAwbStateInactive;
     }
-    if (mode != m_awbMode) {
+    const bool lock = settings.GetU8(tag::kControlAwbLock, value::kOff) != value::kOff;
+    if (mode != m_awbMode || (!lock && m_awb == value::kAwbStateLocked)) {
+        // A new mode or a released lock searches again; this frame counts as the search's first.
         m_awbMode = mode;
         m_awb = value::kAwbStateSearching;
         m_awbFramesLeft = ScanFrames();
+    } else if (m_awb == value::kAwbStateSearching && --m_awbFramesLeft <= 0) {
+        m_awb = value::kAwbStateConverged;
     }
-    const bool lock = settings.GetU8(tag::kControlAwbLock, value::kOff) != value::kOff;
-    if (lock) return m_awb = value::kAwbStateLocked;
-    if (m_awb == value::kAwbStateLocked || (m_awb == value::kAwbStateSearching && --m_awbFramesLeft <= 0)) {
-        m_awb = m_awb == value::kAwbStateLocked ? value::kAwbStateSearching : value::kAwbStateConverged;
-        if (m_awb == value::kAwbStateSearching) m_awbFramesLeft = ScanFrames();
-    }
+    if (lock) m_awb = value::kAwbStateLocked;
     return m_awb;
 }
 
