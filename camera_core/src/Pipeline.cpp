@@ -110,9 +110,11 @@ void Pipeline::RunSensor() {
             m_queue.pop_front();
             continue;
         }
-        // Until its exposure starts, a request stays queued for a flush to cancel.
+        // Until its exposure starts, a request stays queued for a flush to cancel;
+        // after a flush, the queue is looked at afresh.
         const int64_t startNs = std::max(BootTimeNs(), m_nextStartNs);
-        if (!WaitUntil(hold, startNs)) continue;
+        const uint32_t next = m_queue.front().frameNumber;
+        if (!WaitUntil(hold, startNs) || m_queue.empty() || m_queue.front().frameNumber != next) continue;
         CaptureRequest request = std::move(m_queue.front());
         m_queue.pop_front();
         m_exposing = true;
