@@ -64,6 +64,7 @@ size_t JpegEncoder::Compress(const PlaneView& picture, int quality, const std::v
     cinfo->in_color_space = JCS_YCbCr;
     jpeg_set_defaults(cinfo);
     jpeg_set_quality(cinfo, quality, TRUE);
+    cinfo->write_JFIF_header = app1.empty() ? TRUE : FALSE;  // an EXIF file opens with its APP1
     jpeg_start_compress(cinfo, TRUE);
     if (!app1.empty()) jpeg_write_marker(cinfo, JPEG_APP0 + 1, app1.data(), static_cast<unsigned int>(app1.size()));
     while (cinfo->next_scanline < cinfo->image_height) {

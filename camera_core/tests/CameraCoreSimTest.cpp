@@ -123,6 +123,8 @@ TEST(JpegEncoderTest, ExifCarriesOrientationTimeAndTheRequestedThumbnail) {
         exif.thumbnailHeight = c.thumbHeight;
         std::vector<uint8_t> blob(200000, 0);
         ASSERT_TRUE(JpegEncoder::EncodeToBlob(picture.view, 90, exif, blob.data(), blob.size()));
+        EXPECT_EQ(blob[2], 0xff);
+        EXPECT_EQ(blob[3], 0xe1) << "the EXIF APP1 does not follow the start of image";
 
         jpeg_decompress_struct cinfo{};
         jpeg_error_mgr errors{};

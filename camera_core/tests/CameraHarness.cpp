@@ -83,7 +83,11 @@ int CameraHarness::Submit(uint32_t frame, const camera_metadata_t* settings, int
         std::lock_guard<std::mutex> hold(m_lock);
         m_expected[frame] = buffers.size();
     }
-    camera3_capture_request_t request{frame, settings, nullptr, static_cast<uint32_t>(buffers.size()), buffers.data()};
+    camera3_capture_request_t request{};
+    request.frame_number = frame;
+    request.settings = settings;
+    request.num_output_buffers = static_cast<uint32_t>(buffers.size());
+    request.output_buffers = buffers.data();
     const int rc = m_device->ops->process_capture_request(m_device, &request);
     if (rc != 0) {
         std::lock_guard<std::mutex> hold(m_lock);
@@ -137,7 +141,9 @@ void CameraHarness::OnNotify(const camera3_callback_ops_t* ops, const camera3_no
         std::lock_guard<std::mutex> hold(self->m_lock);
         if (self->m_closed) ++self->m_afterClose;
         if (msg->type == CAMERA3_MSG_SHUTTER) {
-            self->m_frames[msg->message.shutter.frame_number].shutter = true;
+            FrameLog& log = self->m_frames[msg->message.shutter.frame_number];
+            log.shutter = true;
+            log.shutterNs = static_cast<int64_t>(msg->message.shutter.timestamp);
         } else {
             FrameLog& log = self->m_frames[msg->message.error.frame_number];
             switch (msg->message.error.error_code) {

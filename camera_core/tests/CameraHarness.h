@@ -21,6 +21,7 @@ namespace camera_core {
 
 struct FrameLog {
     bool shutter = false;
+    int64_t shutterNs = 0;  // CLOCK_BOOTTIME
     bool errorRequest = false;
     bool errorResult = false;
     int errorBuffers = 0;
