@@ -29,6 +29,20 @@ int MillisecondsUntil(int64_t deadlineNs) {
     return left <= 0 ? 0 : static_cast<int>((left + 999999) / 1000000);
 }
 
+// What the renderer draws for a frame, from its settings.
+RenderRequest RenderRequestOf(const ExposedFrame& frame, int32_t jpegMaxSize) {
+    const Metadata& settings = frame.request.settings;
+    JpegExif exif;
+    exif.orientationDegrees = settings.GetI32(tag::kJpegOrientation, 0, 0);
+    exif.captureTime = frame.captureTime;
+    exif.thumbnailWidth = static_cast<uint32_t>(std::max(settings.GetI32(tag::kJpegThumbnailSize, 0, 0), 0));
+    exif.thumbnailHeight = static_cast<uint32_t>(std::max(settings.GetI32(tag::kJpegThumbnailSize, 1, 0), 0));
+    exif.thumbnailQuality = settings.GetU8(tag::kJpegThumbnailQuality, 85);
+    const bool colorBars =
+        settings.GetI32(tag::kSensorTestPatternMode, 0, value::kTestPatternOff) == value::kTestPatternColorBars;
+    return {frame.request.frameNumber, colorBars, settings.GetU8(tag::kJpegQuality, 95), jpegMaxSize, exif};
+}
+
 }  // namespace
 
 Pipeline::Pipeline(const CameraConfig& camera, const FrameworkCallbacks& callbacks, Faults faults)
@@ -221,17 +235,7 @@ void Pipeline::FillBuffer(zelkov::ZelCamera3StreamBuffer& buffer, const ExposedF
     if (fence >= 0) close(fence);
     buffer.SetAcquireFence(-1);
     buffer.SetReleaseFence(-1);
-    JpegExif exif;
-    exif.orientationDegrees = request.settings.GetI32(tag::kJpegOrientation, 0, 0);
-    exif.captureTime = frame.captureTime;
-    exif.thumbnailWidth = static_cast<uint32_t>(std::max(request.settings.GetI32(tag::kJpegThumbnailSize, 0, 0), 0));
-    exif.thumbnailHeight = static_cast<uint32_t>(std::max(request.settings.GetI32(tag::kJpegThumbnailSize, 1, 0), 0));
-    exif.thumbnailQuality = request.settings.GetU8(tag::kJpegThumbnailQuality, 85);
-    const RenderRequest render{number,
-                               request.settings.GetI32(tag::kSensorTestPatternMode, 0, value::kTestPatternOff) ==
-                                   value::kTestPatternColorBars,
-                               request.settings.GetU8(tag::kJpegQuality, 95), m_jpegMaxSize, exif};
-    if (!m_renderer.Render(buffer, render)) {
+    if (!m_renderer.Render(buffer, RenderRequestOf(frame, m_jpegMaxSize))) {
         FailBuffer(buffer, number, -1, true);
         return;
     }
