@@ -180,6 +180,8 @@ constexpr uint8_t kAntibandingAuto = 3;
 constexpr uint8_t kLensMoving = 1;
 constexpr uint8_t kFlashStateUnavailable = 0;
 constexpr uint8_t kFlashStateReady = 2;
+constexpr uint8_t kFlashStateFired = 3;
+constexpr uint8_t kCaptureIntentStillCapture = 2;
 constexpr uint8_t kFocusCalibrationApproximate = 1;
 // Post-processing modes (noise reduction, edge, hot pixel, shading, aberration).
 constexpr uint8_t kProcessingFast = 1;

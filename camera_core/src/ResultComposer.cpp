@@ -48,7 +48,7 @@ Metadata ResultComposer::Compose(const Metadata& settings, const FrameFacts& fac
     result.SetOne(tag::kLensFilterDensity, sensor::kFilterDensity);
     result.SetOne(tag::kLensFocalLength, sensor::kFocalLengthMm);
     result.SetOne(tag::kLensOpticalStabilizationMode, value::kOff);  // the only mode offered
-    result.SetOne(tag::kFlashState, camera.flash ? value::kFlashStateReady : value::kFlashStateUnavailable);
+    result.SetOne(tag::kFlashState, facts.threeA.flash);
     result.Set(tag::kVendorGyroSample, facts.gyro.xyz, 3);
     result.SetOne(tag::kVendorGyroTimestamp, facts.gyro.timestampNs);
     result.SetOne(tag::kVendorFrameCounter, facts.frameCounter);

@@ -35,6 +35,7 @@ ThreeAResult ThreeA::Update(const Metadata& settings, int64_t frameDurationNs) {
     const bool automatic = settings.GetU8(tag::kControlMode, value::kControlModeAuto) != value::kControlModeOff;
     const bool aeOn = automatic && settings.GetU8(tag::kControlAeMode, value::kAeModeOn) != value::kAeModeOff;
     Expose(settings, frameDurationNs, aeOn, &result);
+    result.flash = m_hasFlash ? value::kFlashStateReady : value::kFlashStateUnavailable;
     if (!automatic) {
         // 3A is off: every routine restarts when it is switched back on.
         m_aeMode = m_afMode = m_awbMode = 0xff;
@@ -50,6 +51,7 @@ ThreeAResult ThreeA::Update(const Metadata& settings, int64_t frameDurationNs) {
     result.ae = UpdateAe(settings, dark);
     result.af = UpdateAf(settings);
     result.awb = UpdateAwb(settings);
+    result.flash = FlashState(settings, result.ae);
     result.lens = result.af == value::kAfStatePassiveScan || result.af == value::kAfStateActiveScan ? value::kLensMoving
                                                                                                      : value::kOff;
     return result;
@@ -160,6 +162,14 @@ uint8_t ThreeA::UpdateAf(const Metadata& settings) {
         m_afLockWhenScanned = false;
     }
     return m_af;
+}
+
+uint8_t ThreeA::FlashState(const Metadata& settings, uint8_t ae) const {
+    if (!m_hasFlash) return value::kFlashStateUnavailable;
+    const uint8_t mode = settings.GetU8(tag::kControlAeMode, value::kAeModeOn);
+    const bool still = settings.GetU8(tag::kControlCaptureIntent, 0) == value::kCaptureIntentStillCapture;
+    const bool needed = mode == value::kAeModeOnAlwaysFlash || (IsAutoFlash(mode) && ae == value::kAeStateFlashRequired);
+    return still && needed ? value::kFlashStateFired : value::kFlashStateReady;
 }
 
 uint8_t ThreeA::UpdateAwb(const Metadata& settings) {

@@ -3,7 +3,8 @@
 // frames (the number drawn from a generator seeded per camera, so every run
 // repeats), then a converged or focused state; triggers start precapture and
 // focus locks; locks hold. AE chooses exposure time and gain for the simulated
-// scene and, on a camera with a flash, asks for it when the scene is too dark.
+// scene and, on a camera with a flash, asks for it when the scene is too dark
+// and fires it for a still capture that needs it.
 #ifndef ZELKOV_CAMERA_CORE_THREE_A_H
 #define ZELKOV_CAMERA_CORE_THREE_A_H
 
@@ -19,7 +20,8 @@ struct ThreeAResult {
     uint8_t ae;
     uint8_t af;
     uint8_t awb;
-    uint8_t lens;  // moving while AF scans
+    uint8_t lens;   // moving while AF scans
+    uint8_t flash;  // android.flash.state
     int64_t exposureNs;
     int32_t sensitivity;
 };
@@ -35,6 +37,7 @@ private:
     uint8_t UpdateAe(const Metadata& settings, bool dark);
     uint8_t UpdateAf(const Metadata& settings);
     uint8_t UpdateAwb(const Metadata& settings);
+    uint8_t FlashState(const Metadata& settings, uint8_t ae) const;
     void Expose(const Metadata& settings, int64_t frameDurationNs, bool aeOn, ThreeAResult* result);
     int ScanFrames();
 

@@ -21,7 +21,7 @@ CameraConfig SmallCamera() {
 TEST(ResultComposerTest, PartialsSplitByMeaningWithEveryKeyOnce) {
     const CameraConfig camera = SmallCamera();
     const Metadata settings = BuildDefaultSettings(camera, 1);
-    const FrameFacts facts{1000, 33333333, 4, {2, 2, 2, 0, 10000000, 100}, {{0.f, 0.f, 0.f}, 0}, 7};
+    const FrameFacts facts{1000, 33333333, 4, {2, 2, 2, 0, 0, 10000000, 100}, {{0.f, 0.f, 0.f}, 0}, 7};
     const Metadata result = ResultComposer::Compose(settings, facts, camera);
     const std::vector<unsigned int> tags = result.Tags();
     const std::set<unsigned int> all(tags.begin(), tags.end());
@@ -52,7 +52,7 @@ TEST(ResultComposerTest, ResultsReportWhatTheSensorAndLensDid) {
     const CameraConfig camera = SmallCamera();
     Metadata settings = BuildDefaultSettings(camera, 1);
     settings.SetOne(tag::kSensorExposureTime, int64_t{1});  // AE on: not echoed
-    const FrameFacts facts{1000, 33333333, 4, {2, 2, 2, 0, 12345678, 321}, {{0.f, 0.f, 0.f}, 0}, 7};
+    const FrameFacts facts{1000, 33333333, 4, {2, 2, 2, 0, 0, 12345678, 321}, {{0.f, 0.f, 0.f}, 0}, 7};
     const Metadata result = ResultComposer::Compose(settings, facts, camera);
     zelkov::zel_camera_metadata_ro_entry entry;
     ASSERT_TRUE(result.Find(tag::kSensorExposureTime, &entry));

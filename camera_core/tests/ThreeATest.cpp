@@ -153,5 +153,33 @@ TEST(ThreeATest, ExposureIsChosenByAeAndFollowsTheRequestWhenManual) {
     }
 }
 
+TEST(ThreeATest, TheFlashFiresForAStillCaptureThatNeedsIt) {
+    using namespace value;
+    const struct {
+        const char* what;
+        bool flash;
+        int64_t sceneNs;
+        uint8_t aeMode;
+        uint8_t intent;
+        uint8_t state;
+    } kCases[] = {
+        {"no flash unit", false, 2000000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateUnavailable},
+        {"auto flash, a bright scene", true, 10000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateReady},
+        {"auto flash, a dark scene", true, 2000000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateFired},
+        {"auto flash, a dark preview", true, 2000000000, kAeModeOnAutoFlash, 1, kFlashStateReady},
+        {"AE without flash", true, 2000000000, kAeModeOn, kCaptureIntentStillCapture, kFlashStateReady},
+        {"always flash", true, 10000000, kAeModeOnAlwaysFlash, kCaptureIntentStillCapture, kFlashStateFired},
+    };
+    for (const auto& c : kCases) {
+        ThreeA threeA(Camera(c.flash, c.sceneNs));
+        Metadata settings;
+        settings.SetOne(tag::kControlAeMode, c.aeMode);
+        settings.SetOne(tag::kControlCaptureIntent, c.intent);
+        ThreeAResult result{};
+        for (int frame = 0; frame < 6; ++frame) result = threeA.Update(settings, kFrameNs);  // AE settles
+        EXPECT_EQ(result.flash, c.state) << c.what;
+    }
+}
+
 }  // namespace
 }  // namespace camera_core
