@@ -52,6 +52,8 @@ CameraConfig ParseCamera(const json& node, size_t index) {
     camera.pipelineDepth = node.value("pipeline_depth", 4u);
     camera.maxBuffers = node.value("max_buffers", 4u);
     camera.seed = node.value("seed", static_cast<uint32_t>(index + 1));
+    camera.flash = node.value("flash", false);
+    camera.sceneExposureNs = node.value("scene_exposure_ns", camera.sceneExposureNs);
     for (const json& range : node.at("fps_ranges")) {
         camera.fpsRanges.push_back(range.at(0).get<int32_t>());
         camera.fpsRanges.push_back(range.at(1).get<int32_t>());
@@ -74,10 +76,20 @@ CameraConfig ParseCamera(const json& node, size_t index) {
         camera.fpsRanges.empty()) {
         throw std::runtime_error("partial_result_count, pipeline_depth, max_buffers, streams and fps_ranges must be set");
     }
+    // Results split by meaning into three parts at most: 3A, sensor and lens, the rest.
+    if (camera.partialResultCount > 3) throw std::runtime_error("partial_result_count must be 1 to 3");
+    if (camera.sceneExposureNs <= 0) throw std::runtime_error("scene_exposure_ns must be positive");
     return camera;
 }
 
 }  // namespace
+
+const StreamConfig* FindStream(const CameraConfig& camera, int format, uint32_t width, uint32_t height) {
+    for (const StreamConfig& stream : camera.streams) {
+        if (stream.format == format && stream.width == width && stream.height == height) return &stream;
+    }
+    return nullptr;
+}
 
 bool LoadCameraConfigs(const std::string& path, std::vector<CameraConfig>* cameras, std::string* error) {
     std::ifstream file(path);

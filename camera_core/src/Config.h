@@ -33,8 +33,13 @@ struct CameraConfig {
     uint32_t pipelineDepth = 4;
     uint32_t maxBuffers = 4;
     uint32_t seed = 1;
+    bool flash = false;
+    int64_t sceneExposureNs = 10000000;  // what the simulated scene needs at the lowest gain
     FaultConfig fault;
 };
+
+// The configured output of that format and size, or null.
+const StreamConfig* FindStream(const CameraConfig& camera, int format, uint32_t width, uint32_t height);
 
 // Reads the cameras of a configuration file; false with a message on any
 // missing or malformed field.

@@ -9,6 +9,7 @@
 #include <android/wrappers/ZelCamera3Stream.h>
 #include <android/wrappers/ZelHwModule.h>
 
+#include "FrameTiming.h"
 #include "MetadataTags.h"
 #include "ModuleIdentity.h"
 #include "RequestTemplates.h"
@@ -63,11 +64,7 @@ Device* Device::From(const camera3_device* device) {
 int Device::CloseHook(hw_device_t* device) {
     Device* self = From(reinterpret_cast<const camera3_device*>(device));
     if (self == nullptr) return -EINVAL;
-    {
-        std::lock_guard<std::mutex> hold(self->m_lock);
-        if (self->m_pipeline) self->m_pipeline->Flush();
-        self->m_pipeline.reset();  // no callback after this
-    }
+    self->Close();
     self->m_onClose();
     delete self;
     return 0;
@@ -101,15 +98,33 @@ void Device::DumpHook(const camera3_device* device, int fd) {
 int Device::FlushHook(const camera3_device* device) {
     Device* self = From(device);
     if (self == nullptr) return -ENODEV;
-    std::lock_guard<std::mutex> hold(self->m_lock);
-    if (self->m_pipeline) self->m_pipeline->Flush();
+    self->Flush();
     return 0;
+}
+
+void Device::Flush() {
+    std::shared_ptr<Pipeline> pipeline;
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        pipeline = m_pipeline;
+    }
+    if (pipeline) pipeline->Flush();
+}
+
+void Device::Close() {
+    std::shared_ptr<Pipeline> pipeline;
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        pipeline.swap(m_pipeline);
+    }
+    if (pipeline) pipeline->Flush();
+    pipeline.reset();  // joins its threads: no callback after this
 }
 
 int Device::Initialize(const camera3_callback_ops* callbacks) {
     std::lock_guard<std::mutex> hold(m_lock);
     if (callbacks == nullptr || m_pipeline) return -ENODEV;  // once per open
-    m_pipeline = std::make_unique<Pipeline>(m_camera, FrameworkCallbacks(callbacks), m_faults);
+    m_pipeline = std::make_shared<Pipeline>(m_camera, FrameworkCallbacks(callbacks), m_faults);
     return 0;
 }
 
@@ -119,35 +134,37 @@ bool Device::IsSupportedStream(camera3_stream* record) const {
         stream.GetRotation() != zelkov::GET_CAMERA3_STREAM_ROTATION_0()) {
         return false;
     }
-    for (const StreamConfig& config : m_camera.streams) {
-        if (config.format == stream.GetFormat() && config.width == stream.GetWidth() &&
-            config.height == stream.GetHeight()) {
-            return true;
-        }
-    }
-    return false;
+    return FindStream(m_camera, stream.GetFormat(), stream.GetWidth(), stream.GetHeight()) != nullptr;
 }
 
 int Device::ConfigureStreams(camera3_stream_configuration* configuration) {
-    std::lock_guard<std::mutex> hold(m_lock);
-    if (!m_pipeline || configuration == nullptr) return -EINVAL;
+    if (configuration == nullptr) return -EINVAL;
     zelkov::ZelCamera3StreamConfiguration config(configuration, false);
-    if (config.GetNumStreams() == 0 || config.GetStreams() == nullptr ||
-        config.GetOperationMode() != static_cast<unsigned int>(zelkov::GET_CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE())) {
-        return -EINVAL;
+    std::shared_ptr<Pipeline> pipeline;
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        if (!m_pipeline) return -EINVAL;
+        pipeline = m_pipeline;
+        if (config.GetNumStreams() == 0 || config.GetStreams() == nullptr ||
+            config.GetOperationMode() !=
+                static_cast<unsigned int>(zelkov::GET_CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE())) {
+            return -EINVAL;
+        }
+        unsigned int processed = 0;
+        unsigned int stalling = 0;
+        for (unsigned int i = 0; i < config.GetNumStreams(); ++i) {
+            camera3_stream* stream = config.GetStreams()[i];
+            if (stream == nullptr || !IsSupportedStream(stream)) return -EINVAL;
+            const bool blob =
+                zelkov::ZelCamera3Stream(stream, false).GetFormat() == zelkov::GET_HAL_PIXEL_FORMAT_BLOB();
+            ++(blob ? stalling : processed);
+        }
+        if (processed > kMaxProcessedStreams || stalling > kMaxStallingStreams) return -EINVAL;
     }
-    unsigned int processed = 0;
-    unsigned int stalling = 0;
-    for (unsigned int i = 0; i < config.GetNumStreams(); ++i) {
-        camera3_stream* stream = config.GetStreams()[i];
-        if (stream == nullptr || !IsSupportedStream(stream)) return -EINVAL;
-        const bool blob = zelkov::ZelCamera3Stream(stream, false).GetFormat() == zelkov::GET_HAL_PIXEL_FORMAT_BLOB();
-        ++(blob ? stalling : processed);
-    }
-    if (processed > kMaxProcessedStreams || stalling > kMaxStallingStreams) return -EINVAL;
 
-    // Streams are reconfigured only between requests; the pipeline is idle.
-    m_pipeline->Flush();
+    // Streams are reconfigured only between requests: the pipeline is idle, a flush only makes sure.
+    pipeline->Flush();
+    std::lock_guard<std::mutex> hold(m_lock);
     m_streams.clear();
     const unsigned long long producerUsage = static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_HW_CAMERA_WRITE()) |
                                              static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
@@ -162,55 +179,65 @@ int Device::ConfigureStreams(camera3_stream_configuration* configuration) {
 }
 
 const camera_metadata* Device::DefaultSettings(int type) {
-    if (!IsSupportedTemplate(type)) return nullptr;
+    if (!IsSupportedTemplate(m_camera, type)) return nullptr;
     std::lock_guard<std::mutex> hold(m_lock);
     std::unique_ptr<Metadata>& slot = m_defaults[type];
     if (!slot) slot = std::make_unique<Metadata>(BuildDefaultSettings(m_camera, type));
     return slot->Get();
 }
 
-int64_t Device::FrameDuration(const CaptureRequest& request) const {
-    const int32_t fastestFps = request.settings.GetI32(tag::kControlAeTargetFpsRange, 1, 30);
-    int64_t duration = 1000000000LL / std::max(fastestFps, 1);
-    for (const zelkov::ZelCamera3StreamBuffer& buffer : request.buffers) {
-        const zelkov::ZelCamera3Stream stream(buffer.GetStream(), false);
-        for (const StreamConfig& config : m_camera.streams) {
-            if (config.format == stream.GetFormat() && config.width == stream.GetWidth() &&
-                config.height == stream.GetHeight()) {
-                duration = std::max(duration, config.minFrameDurationNs + config.stallDurationNs);
-            }
-        }
+int Device::ProcessCaptureRequest(camera3_capture_request* record) {
+    if (record == nullptr) return -EINVAL;
+    std::lock_guard<std::mutex> submit(m_submitLock);
+    CaptureRequest capture;
+    std::shared_ptr<Pipeline> pipeline;
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        const int rc = TakeRequest(zelkov::ZelCamera3CaptureRequest(record, false), &capture);
+        if (rc != 0) return rc;
+        pipeline = m_pipeline;
     }
-    return duration;
+    pipeline->Queue(std::move(capture));  // may block while the pipeline is full
+    return 0;
 }
 
-int Device::ProcessCaptureRequest(camera3_capture_request* record) {
-    std::lock_guard<std::mutex> hold(m_lock);
-    if (!m_pipeline || m_streams.empty() || record == nullptr) return -EINVAL;
-    const zelkov::ZelCamera3CaptureRequest request(record, false);
+int Device::TakeRequest(const zelkov::ZelCamera3CaptureRequest& request, CaptureRequest* capture) {
+    if (!m_pipeline || m_streams.empty()) return -EINVAL;
     if (request.GetInputBuffer() != nullptr || request.GetNumOutputBuffers() == 0 ||
         request.GetOutputBuffers() == nullptr || (request.GetSettings() == nullptr && !m_haveSettings)) {
         return -EINVAL;
     }
-    CaptureRequest capture;
-    capture.frameNumber = request.GetFrameNumber();
+    // Frame numbers rise strictly: results are matched and ordered by them.
+    if (m_anyFrame && request.GetFrameNumber() <= m_lastFrameNumber) return -EINVAL;
+    capture->frameNumber = request.GetFrameNumber();
+    std::set<camera3_stream*> used;
+    std::vector<const StreamConfig*> outputs;
     for (unsigned int i = 0; i < request.GetNumOutputBuffers(); ++i) {
         zelkov::ZelCamera3StreamBuffer buffer;
         buffer.CopyFrom(BufferAt(request.GetOutputBuffers(), i));
-        if (m_streams.count(buffer.GetStream()) == 0 || buffer.GetBuffer() == nullptr ||
-            *buffer.GetBuffer() == nullptr || buffer.GetStatus() != zelkov::GET_CAMERA3_BUFFER_STATUS_OK()) {
+        if (m_streams.count(buffer.GetStream()) == 0 || !used.insert(buffer.GetStream()).second ||
+            buffer.GetBuffer() == nullptr || *buffer.GetBuffer() == nullptr ||
+            buffer.GetStatus() != zelkov::GET_CAMERA3_BUFFER_STATUS_OK()) {
             return -EINVAL;
         }
-        capture.buffers.push_back(std::move(buffer));
+        const zelkov::ZelCamera3Stream stream(buffer.GetStream(), false);
+        outputs.push_back(FindStream(m_camera, stream.GetFormat(), stream.GetWidth(), stream.GetHeight()));
+        capture->buffers.push_back(std::move(buffer));
     }
-    // Repeating requests carry no settings: the last ones stay in force.
+    // Repeating requests carry no settings: the last ones stay in force, but a
+    // trigger acts on the request that carried it only.
     if (request.GetSettings() != nullptr) {
         m_lastSettings = Metadata(request.GetSettings());
         m_haveSettings = true;
     }
-    capture.settings = Metadata(m_lastSettings.Get());
-    capture.frameDurationNs = FrameDuration(capture);
-    m_pipeline->Queue(std::move(capture));
+    capture->settings = Metadata(m_lastSettings.Get());
+    for (unsigned int trigger : {tag::kControlAePrecaptureTrigger, tag::kControlAfTrigger}) {
+        zelkov::zel_camera_metadata_ro_entry entry;
+        if (m_lastSettings.Find(trigger, &entry)) m_lastSettings.SetOne(trigger, value::kTriggerIdle);
+    }
+    capture->frameDurationNs = ChooseFrameDuration(m_camera, capture->settings, outputs);
+    m_anyFrame = true;
+    m_lastFrameNumber = capture->frameNumber;
     return 0;
 }
 
@@ -219,9 +246,9 @@ void Device::Dump(int fd) {
     dprintf(fd, "camera %d: %zu streams configured, fault %s\n", m_id, m_streams.size(), Faults::Name(m_faults.Kind()));
     if (m_pipeline) {
         const PipelineStats stats = m_pipeline->Stats();
-        dprintf(fd, "  frames delivered %llu, requests failed %llu, queued %zu\n",
+        dprintf(fd, "  frames delivered %llu, requests failed %llu, in flight %zu\n",
                 static_cast<unsigned long long>(stats.framesDelivered),
-                static_cast<unsigned long long>(stats.requestsFailed), stats.queued);
+                static_cast<unsigned long long>(stats.requestsFailed), stats.inFlight);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <set>
 
 #include <android/wrappers/ZelCamera3Device.h>
+#include <android/wrappers/ZelCamera3Request.h>
 
 #include "Config.h"
 #include "Metadata.h"
@@ -42,7 +43,10 @@ private:
     bool IsSupportedStream(camera3_stream* stream) const;
     const camera_metadata* DefaultSettings(int type);
     int ProcessCaptureRequest(camera3_capture_request* request);
-    int64_t FrameDuration(const CaptureRequest& request) const;
+    // Checks a request and copies it; 0, or -EINVAL with nothing changed.
+    int TakeRequest(const zelkov::ZelCamera3CaptureRequest& request, CaptureRequest* capture);
+    void Flush();
+    void Close();
     void Dump(int fd);
 
     const int m_id;
@@ -51,12 +55,17 @@ private:
     zelkov::ZelCamera3Device m_record;
     Faults m_faults;
 
-    std::mutex m_lock;  // guards everything below against dump and flush
-    std::unique_ptr<Pipeline> m_pipeline;
+    // Serialises requests; held while a full pipeline blocks one, never by flush or dump.
+    std::mutex m_submitLock;
+    // Guards everything below; never held while the pipeline is waited on or calls back.
+    std::mutex m_lock;
+    std::shared_ptr<Pipeline> m_pipeline;
     std::set<camera3_stream*> m_streams;
     std::unique_ptr<Metadata> m_defaults[8];  // per template, kept until close
     Metadata m_lastSettings;
     bool m_haveSettings = false;
+    bool m_anyFrame = false;
+    uint32_t m_lastFrameNumber = 0;
 };
 
 }  // namespace camera_core

@@ -7,7 +7,8 @@ namespace camera_core {
 namespace {
 
 constexpr Fault kAll[] = {Fault::kDropBuffer, Fault::kDuplicateBuffer, Fault::kLateShutter,  Fault::kWrongTimestamp,
-                          Fault::kBadPartial, Fault::kStall,           Fault::kErrorRequest, Fault::kErrorRequestBad};
+                          Fault::kBadPartial, Fault::kStall,           Fault::kErrorRequest, Fault::kErrorRequestBad,
+                          Fault::kErrorResult, Fault::kErrorResultBad, Fault::kErrorBuffer,  Fault::kErrorBufferBad};
 
 Faults Parse(const std::string& name, uint32_t frame) {
     for (Fault fault : kAll) {
@@ -29,6 +30,10 @@ const char* Faults::Name(Fault fault) {
         case Fault::kStall: return "stall";
         case Fault::kErrorRequest: return "error_request";
         case Fault::kErrorRequestBad: return "error_request_bad";
+        case Fault::kErrorResult: return "error_result";
+        case Fault::kErrorResultBad: return "error_result_bad";
+        case Fault::kErrorBuffer: return "error_buffer";
+        case Fault::kErrorBufferBad: return "error_buffer_bad";
         case Fault::kNone: break;
     }
     return "none";

@@ -21,6 +21,10 @@ enum class Fault {
     kStall,             // nothing delivered from the frame on
     kErrorRequest,      // a correct ERROR_REQUEST for the frame
     kErrorRequestBad,   // ERROR_REQUEST, then result metadata anyway
+    kErrorResult,       // a correct ERROR_RESULT: shutter and buffers, no metadata
+    kErrorResultBad,    // ERROR_RESULT, then the final result metadata anyway
+    kErrorBuffer,       // a correct ERROR_BUFFER: the first buffer returns in error
+    kErrorBufferBad,    // the first buffer returns in error without ERROR_BUFFER
 };
 
 class Faults {

@@ -56,8 +56,13 @@ bool FrameRenderer::RenderYuv(const native_handle* handle, uint32_t width, uint3
     const zelkov::ZelRect region = m_buffers->GetAccessRegion(
         handle, zelkov::GET_HAL_PIXEL_FORMAT_YCBCR_420_888(), static_cast<int>(width), static_cast<int>(height), 0, 0);
     zelkov::ZelYCbCrLayout layout{};
+    layout.yuvFormat = -1;  // stays so only when the lock failed outright
     const unsigned int usage = static_cast<unsigned int>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
-    if (m_buffers->LockYCbCr(handle, usage, region, &layout) != 0) return false;
+    if (m_buffers->LockYCbCr(handle, usage, region, &layout) != 0) {
+        // A format without YUV planes locks without them: nothing to draw, but the lock holds.
+        if (layout.yuvFormat != -1) m_buffers->Unlock(handle);
+        return false;
+    }
     const PlaneView view{static_cast<uint8_t*>(layout.y),
                          static_cast<uint8_t*>(layout.cb),
                          static_cast<uint8_t*>(layout.cr),
@@ -92,7 +97,7 @@ bool FrameRenderer::RenderJpeg(const native_handle* handle, uint32_t width, uint
     const unsigned int usage = static_cast<unsigned int>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
     if (m_buffers->Lock(handle, usage, region, &blob, &bytesPerPixel, &bytesPerStride) != 0) return false;
     const size_t blobSize = size_t(region.right) * size_t(region.bottom);
-    const bool ok = blob != nullptr && JpegEncoder::EncodeToBlob(picture, request.jpegQuality,
+    const bool ok = blob != nullptr && JpegEncoder::EncodeToBlob(picture, request.jpegQuality, request.exif,
                                                                  static_cast<uint8_t*>(blob), blobSize);
     m_buffers->Unlock(handle);
     return ok;

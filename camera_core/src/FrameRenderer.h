@@ -11,6 +11,8 @@
 #include <android/buffer/IZelBufferHandler.h>
 #include <android/wrappers/ZelCamera3Request.h>
 
+#include "JpegEncoder.h"
+
 namespace camera_core {
 
 struct RenderRequest {
@@ -18,6 +20,7 @@ struct RenderRequest {
     bool colorBars;
     int jpegQuality;
     int32_t jpegMaxSize;
+    JpegExif exif;
 };
 
 class FrameRenderer {

@@ -1,11 +1,14 @@
 #include "Pipeline.h"
 
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include <android/constants/CameraConstants.h>
 
+#include "Fence.h"
 #include "MetadataTags.h"
 #include "ResultComposer.h"
 #include "StaticMetadata.h"
@@ -20,10 +23,24 @@ int64_t BootTimeNs() {
     return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
 }
 
-void SleepUntil(int64_t deadlineNs) {
-    const timespec deadline{static_cast<time_t>(deadlineNs / 1000000000), static_cast<long>(deadlineNs % 1000000000)};
-    while (clock_nanosleep(CLOCK_BOOTTIME, TIMER_ABSTIME, &deadline, nullptr) != 0) {
-    }
+// Whole milliseconds left until a deadline, rounded up.
+int MillisecondsUntil(int64_t deadlineNs) {
+    const int64_t left = deadlineNs - BootTimeNs();
+    return left <= 0 ? 0 : static_cast<int>((left + 999999) / 1000000);
+}
+
+// What the renderer draws for a frame, from its settings.
+RenderRequest RenderRequestOf(const ExposedFrame& frame, int32_t jpegMaxSize) {
+    const Metadata& settings = frame.request.settings;
+    JpegExif exif;
+    exif.orientationDegrees = settings.GetI32(tag::kJpegOrientation, 0, 0);
+    exif.captureTime = frame.captureTime;
+    exif.thumbnailWidth = static_cast<uint32_t>(std::max(settings.GetI32(tag::kJpegThumbnailSize, 0, 0), 0));
+    exif.thumbnailHeight = static_cast<uint32_t>(std::max(settings.GetI32(tag::kJpegThumbnailSize, 1, 0), 0));
+    exif.thumbnailQuality = settings.GetU8(tag::kJpegThumbnailQuality, 85);
+    const bool colorBars =
+        settings.GetI32(tag::kSensorTestPatternMode, 0, value::kTestPatternOff) == value::kTestPatternColorBars;
+    return {frame.request.frameNumber, colorBars, settings.GetU8(tag::kJpegQuality, 95), jpegMaxSize, exif};
 }
 
 }  // namespace
@@ -32,7 +49,7 @@ Pipeline::Pipeline(const CameraConfig& camera, const FrameworkCallbacks& callbac
     : m_camera(camera),
       m_callbacks(callbacks),
       m_faults(faults),
-      m_threeA(camera.seed),
+      m_threeA(camera),
       m_jpegMaxSize(JpegMaxSize(camera)),
       m_sensorThread(&Pipeline::RunSensor, this),
       m_readoutThread(&Pipeline::RunReadout, this) {}
@@ -49,7 +66,10 @@ Pipeline::~Pipeline() {
 
 void Pipeline::Queue(CaptureRequest request) {
     {
-        std::lock_guard<std::mutex> hold(m_lock);
+        std::unique_lock<std::mutex> hold(m_lock);
+        m_changed.wait(hold, [this] { return m_stop || m_inFlight < m_camera.pipelineDepth; });
+        if (m_stop) return;
+        ++m_inFlight;
         m_queue.push_back(std::move(request));
     }
     m_changed.notify_all();
@@ -58,42 +78,63 @@ void Pipeline::Queue(CaptureRequest request) {
 void Pipeline::Flush() {
     std::deque<CaptureRequest> cancelled;
     {
-        // Frames whose exposure has started complete normally; the rest are cancelled.
         std::unique_lock<std::mutex> hold(m_lock);
-        m_flushing = true;
+        ++m_flushes;
+        m_changed.notify_all();  // cuts the sensor's and the readout's waits short
         m_changed.wait(hold, [this] { return !m_exposing && !m_reading && m_exposed.empty(); });
+        // Stalled requests are older than queued ones: this order keeps FIFO.
         cancelled.swap(m_stalled);
         for (CaptureRequest& request : m_queue) cancelled.push_back(std::move(request));
         m_queue.clear();
     }
-    // Stalled requests are older than queued ones: the order above keeps FIFO.
     for (CaptureRequest& request : cancelled) FailRequest(request);
     {
         std::lock_guard<std::mutex> hold(m_lock);
-        m_flushing = false;
+        --m_flushes;
     }
     m_changed.notify_all();
 }
 
 PipelineStats Pipeline::Stats() {
     std::lock_guard<std::mutex> hold(m_lock);
-    return {m_framesDelivered, m_requestsFailed, m_queue.size() + m_stalled.size() + m_exposed.size()};
+    return {m_framesDelivered, m_requestsFailed, m_inFlight};
+}
+
+bool Pipeline::Flushing() {
+    std::lock_guard<std::mutex> hold(m_lock);
+    return m_flushes > 0;
+}
+
+bool Pipeline::WaitUntil(std::unique_lock<std::mutex>& hold, int64_t deadlineNs) {
+    while (!m_stop && m_flushes == 0) {
+        const int64_t left = deadlineNs - BootTimeNs();
+        if (left <= 0) return true;
+        m_changed.wait_for(hold, std::chrono::nanoseconds(left));
+    }
+    return false;
 }
 
 void Pipeline::RunSensor() {
     std::unique_lock<std::mutex> hold(m_lock);
     while (true) {
-        m_changed.wait(hold, [this] { return m_stop || (!m_flushing && !m_queue.empty()); });
+        m_changed.wait(hold, [this] { return m_stop || (m_flushes == 0 && !m_queue.empty()); });
         if (m_stop) return;
-        CaptureRequest request = std::move(m_queue.front());
-        m_queue.pop_front();
-        if (m_faults.At(Fault::kStall, request.frameNumber)) {
-            m_stalled.push_back(std::move(request));
+        if (m_faults.At(Fault::kStall, m_queue.front().frameNumber)) {
+            m_stalled.push_back(std::move(m_queue.front()));
+            m_queue.pop_front();
             continue;
         }
+        // Until its exposure starts, a request stays queued for a flush to cancel;
+        // after a flush, the queue is looked at afresh.
+        const int64_t startNs = std::max(BootTimeNs(), m_nextStartNs);
+        const uint32_t next = m_queue.front().frameNumber;
+        if (!WaitUntil(hold, startNs) || m_queue.empty() || m_queue.front().frameNumber != next) continue;
+        CaptureRequest request = std::move(m_queue.front());
+        m_queue.pop_front();
         m_exposing = true;
         hold.unlock();
-        ExposedFrame frame = Expose(std::move(request));
+        m_nextStartNs = startNs + request.frameDurationNs;
+        ExposedFrame frame = Expose(std::move(request), startNs);
         const bool shutterHeld = !frame.shutterSent && !frame.failed;
         hold.lock();
         m_exposed.push_back(std::move(frame));
@@ -120,48 +161,56 @@ void Pipeline::RunReadout() {
     }
 }
 
+void Pipeline::FailBuffer(zelkov::ZelCamera3StreamBuffer& buffer, uint32_t frame, int releaseFence, bool notify) {
+    if (notify) m_callbacks.Error(frame, buffer.GetStream(), zelkov::GET_CAMERA3_MSG_ERROR_BUFFER());
+    buffer.SetStatus(zelkov::GET_CAMERA3_BUFFER_STATUS_ERROR());
+    buffer.SetAcquireFence(-1);
+    buffer.SetReleaseFence(releaseFence);
+}
+
 void Pipeline::FailRequest(CaptureRequest& request) {
     m_callbacks.Error(request.frameNumber, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_REQUEST());
     // The broken variant: result metadata for the failed frame, while it is still in flight.
     if (m_faults.At(Fault::kErrorRequestBad, request.frameNumber)) {
         m_callbacks.Result(request.frameNumber, request.settings.Get(), m_camera.partialResultCount, {});
     }
-    for (auto& buffer : request.buffers) {
-        buffer.SetStatus(zelkov::GET_CAMERA3_BUFFER_STATUS_ERROR());
-        buffer.SetReleaseFence(-1);
+    // Never waited on: each acquire fence goes back as the release fence.
+    for (auto& buffer : request.buffers) FailBuffer(buffer, request.frameNumber, buffer.GetAcquireFence(), false);
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        ++m_requestsFailed;
     }
-    SendBuffers(request, request.frameNumber, nullptr, 0, false);
-    std::lock_guard<std::mutex> hold(m_lock);
-    ++m_requestsFailed;
+    Complete(request, nullptr, 0, false);
 }
 
-void Pipeline::SendBuffers(CaptureRequest& request, uint32_t frame, const camera_metadata* metadata, uint32_t partial,
-                           bool dropFirst) {
+void Pipeline::Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial, bool dropFirst) {
+    {
+        // The slot frees before the callback: a framework may submit from inside it.
+        std::lock_guard<std::mutex> hold(m_lock);
+        --m_inFlight;
+        if (metadata != nullptr) ++m_framesDelivered;
+    }
+    m_changed.notify_all();
     std::vector<zelkov::ZelCamera3StreamBuffer*> returned;
     for (size_t i = dropFirst ? 1 : 0; i < request.buffers.size(); ++i) returned.push_back(&request.buffers[i]);
-    m_callbacks.Result(frame, metadata, partial, returned);
+    m_callbacks.Result(request.frameNumber, metadata, partial, returned);
 }
 
-ExposedFrame Pipeline::Expose(CaptureRequest request) {
+ExposedFrame Pipeline::Expose(CaptureRequest request, int64_t startNs) {
     ExposedFrame frame;
     frame.request = std::move(request);
+    frame.startNs = startNs;
+    frame.captureTime = time(nullptr);
     const uint32_t number = frame.request.frameNumber;
-    frame.startNs = std::max(BootTimeNs(), m_nextStartNs);
-    SleepUntil(frame.startNs);
-    m_nextStartNs = frame.startNs + frame.request.frameDurationNs;
     if (m_faults.At(Fault::kErrorRequest, number) || m_faults.At(Fault::kErrorRequestBad, number)) {
         frame.failed = true;
         return frame;
     }
 
-    const ThreeAState threeA = m_threeA.Update(frame.request.settings);
-    const FrameFacts facts{frame.startNs,
-                           frame.request.frameDurationNs,
-                           static_cast<uint8_t>(m_camera.pipelineDepth),
-                           threeA,
-                           m_gyro.Latest(),
-                           static_cast<int64_t>(number)};
-    frame.parts = ResultComposer::Split(ResultComposer::Compose(frame.request.settings, facts),
+    const ThreeAResult threeA = m_threeA.Update(frame.request.settings, frame.request.frameDurationNs);
+    const FrameFacts facts{frame.startNs, frame.request.frameDurationNs, static_cast<uint8_t>(m_camera.pipelineDepth),
+                           threeA,        m_gyro.Latest(),               static_cast<int64_t>(number)};
+    frame.parts = ResultComposer::Split(ResultComposer::Compose(frame.request.settings, facts, m_camera),
                                         m_camera.partialResultCount);
     frame.shutterNs = m_faults.At(Fault::kWrongTimestamp, number) ? frame.startNs + 1000000 : frame.startNs;
     // The shutter opens the frame; the late-shutter fault holds it back until after the first result.
@@ -172,10 +221,30 @@ ExposedFrame Pipeline::Expose(CaptureRequest request) {
     return frame;
 }
 
+void Pipeline::FillBuffer(zelkov::ZelCamera3StreamBuffer& buffer, const ExposedFrame& frame, bool flushing) {
+    const CaptureRequest& request = frame.request;
+    const uint32_t number = request.frameNumber;
+    const int fence = buffer.GetAcquireFence();
+    // The consumer gets until the frame's end to release the buffer; a flush does not wait.
+    const FenceWait wait = WaitFence(fence, flushing ? 0 : MillisecondsUntil(frame.startNs + request.frameDurationNs));
+    if (flushing || wait != FenceWait::kSignalled) {
+        if (wait == FenceWait::kSignalled && fence >= 0) close(fence);
+        FailBuffer(buffer, number, ReleaseFenceFor(fence, wait), true);
+        return;
+    }
+    if (fence >= 0) close(fence);
+    buffer.SetAcquireFence(-1);
+    buffer.SetReleaseFence(-1);
+    if (!m_renderer.Render(buffer, RenderRequestOf(frame, m_jpegMaxSize))) {
+        FailBuffer(buffer, number, -1, true);
+        return;
+    }
+    buffer.SetStatus(zelkov::GET_CAMERA3_BUFFER_STATUS_OK());
+}
+
 void Pipeline::Deliver(ExposedFrame& frame) {
     CaptureRequest& request = frame.request;
     const uint32_t number = request.frameNumber;
-    const int64_t endNs = frame.startNs + request.frameDurationNs;
     if (frame.failed) {
         FailRequest(request);
         return;
@@ -185,30 +254,35 @@ void Pipeline::Deliver(ExposedFrame& frame) {
         if (!frame.shutterSent) m_callbacks.Shutter(number, frame.shutterNs);
         frame.shutterSent = true;
     };
-    for (uint32_t i = 0; i + 1 < count; ++i) {
+    const bool resultLost = m_faults.At(Fault::kErrorResult, number) || m_faults.At(Fault::kErrorResultBad, number);
+    if (resultLost) m_callbacks.Error(number, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_RESULT());
+    for (uint32_t i = 0; i + 1 < count && !resultLost; ++i) {
         m_callbacks.Result(number, frame.parts[i].Get(), i + 1, {});
         sendLateShutter();
     }
 
-    const RenderRequest render{number,
-                               request.settings.GetI32(tag::kSensorTestPatternMode, 0, value::kTestPatternOff) ==
-                                   value::kTestPatternColorBars,
-                               request.settings.GetU8(tag::kJpegQuality, 95), m_jpegMaxSize};
-    for (auto& buffer : request.buffers) {
-        buffer.SetReleaseFence(-1);
-        const bool drawn = m_renderer.Render(buffer, render);
-        buffer.SetStatus(drawn ? zelkov::GET_CAMERA3_BUFFER_STATUS_OK() : zelkov::GET_CAMERA3_BUFFER_STATUS_ERROR());
-        if (!drawn) m_callbacks.Error(number, buffer.GetStream(), zelkov::GET_CAMERA3_MSG_ERROR_BUFFER());
+    const bool flushing = Flushing();
+    const bool firstLost = m_faults.At(Fault::kErrorBuffer, number) || m_faults.At(Fault::kErrorBufferBad, number);
+    for (size_t i = 0; i < request.buffers.size(); ++i) {
+        zelkov::ZelCamera3StreamBuffer& buffer = request.buffers[i];
+        if (i == 0 && firstLost) {
+            // Lost before it was waited on: the acquire fence goes back; the broken variant sends no notify.
+            FailBuffer(buffer, number, buffer.GetAcquireFence(), m_faults.At(Fault::kErrorBuffer, number));
+        } else {
+            FillBuffer(buffer, frame, flushing);
+        }
     }
-    SleepUntil(endNs);
+    if (!flushing) {
+        std::unique_lock<std::mutex> hold(m_lock);
+        WaitUntil(hold, frame.startNs + request.frameDurationNs);
+    }
 
+    const bool sendMetadata = !resultLost || m_faults.At(Fault::kErrorResultBad, number);
     const uint32_t finalPartial = m_faults.At(Fault::kBadPartial, number) ? count + 1 : count;
-    SendBuffers(request, number, frame.parts[count - 1].Get(), finalPartial, m_faults.At(Fault::kDropBuffer, number));
+    Complete(request, sendMetadata ? frame.parts[count - 1].Get() : nullptr, sendMetadata ? finalPartial : 0,
+             m_faults.At(Fault::kDropBuffer, number));
     sendLateShutter();
     if (m_faults.At(Fault::kDuplicateBuffer, number)) m_callbacks.Result(number, nullptr, 0, {&request.buffers[0]});
-
-    std::lock_guard<std::mutex> hold(m_lock);
-    ++m_framesDelivered;
 }
 
 }  // namespace camera_core

@@ -4,11 +4,17 @@
 // thread then draws the buffers and, once the frame duration has passed,
 // delivers the partial results and the buffers. Drawing one frame thus
 // overlaps the next one's exposure, and the shutter keeps its rate.
+//
+// At most pipeline-depth requests are inside at once: Queue blocks until one
+// leaves, so every internal queue is bounded and a request's latency is at
+// most depth + 1 frame intervals. No lock of the pipeline is held while the
+// framework is called back.
 #ifndef ZELKOV_CAMERA_CORE_PIPELINE_H
 #define ZELKOV_CAMERA_CORE_PIPELINE_H
 
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -41,36 +47,45 @@ struct ExposedFrame {
     bool shutterSent = false;
     int64_t startNs = 0;
     int64_t shutterNs = 0;
+    time_t captureTime = 0;  // wall clock, for EXIF
     std::vector<Metadata> parts;  // the result, one buffer per partial
 };
 
 struct PipelineStats {
     uint64_t framesDelivered;
     uint64_t requestsFailed;
-    size_t queued;
+    size_t inFlight;
 };
 
 class Pipeline {
 public:
     Pipeline(const CameraConfig& camera, const FrameworkCallbacks& callbacks, Faults faults);
-    ~Pipeline();  // stops the thread; requests still queued are dropped
+    ~Pipeline();  // stops the threads; requests still inside are dropped (flush first)
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
 
+    // Blocks while pipeline-depth requests are inside.
     void Queue(CaptureRequest request);
-    // Lets the frame in progress finish, then fails every request not yet
-    // started (ERROR_REQUEST, buffers in error) and returns with none left.
+    // Frames whose shutter was sent complete at once with their metadata and
+    // their buffers in error; every other request fails with ERROR_REQUEST.
+    // Returns with no request inside.
     void Flush();
     PipelineStats Stats();
 
 private:
     void RunSensor();
     void RunReadout();
-    ExposedFrame Expose(CaptureRequest request);
+    // Sleeps until the CLOCK_BOOTTIME deadline; false when a flush or stop cuts it short.
+    bool WaitUntil(std::unique_lock<std::mutex>& hold, int64_t deadlineNs);
+    bool Flushing();
+    ExposedFrame Expose(CaptureRequest request, int64_t startNs);
     void Deliver(ExposedFrame& frame);
+    // Fills one buffer, or fails it with ERROR_BUFFER.
+    void FillBuffer(zelkov::ZelCamera3StreamBuffer& buffer, const ExposedFrame& frame, bool flushing);
+    void FailBuffer(zelkov::ZelCamera3StreamBuffer& buffer, uint32_t frame, int releaseFence, bool notify);
     void FailRequest(CaptureRequest& request);
-    void SendBuffers(CaptureRequest& request, uint32_t frame, const camera_metadata* metadata, uint32_t partial,
-                     bool dropFirst);
+    // Sends the frame's last result: its buffers leave the pipeline.
+    void Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial, bool dropFirst);
 
     const CameraConfig& m_camera;
     FrameworkCallbacks m_callbacks;
@@ -86,9 +101,10 @@ private:
     std::deque<CaptureRequest> m_queue;
     std::deque<CaptureRequest> m_stalled;  // held back by the stall fault
     std::deque<ExposedFrame> m_exposed;    // waiting for readout
+    size_t m_inFlight = 0;                 // requests queued, exposing, exposed or being read out
     bool m_exposing = false;
     bool m_reading = false;
-    bool m_flushing = false;
+    int m_flushes = 0;  // flushes under way
     bool m_stop = false;
     uint64_t m_framesDelivered = 0;
     uint64_t m_requestsFailed = 0;

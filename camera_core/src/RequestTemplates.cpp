@@ -1,8 +1,12 @@
 #include "RequestTemplates.h"
 
+#include <algorithm>
+
 #include <android/constants/CameraConstants.h>
 
 #include "MetadataTags.h"
+#include "SensorModel.h"
+#include "StaticMetadata.h"
 
 namespace camera_core {
 namespace {
@@ -38,8 +42,16 @@ void TargetFpsRange(const CameraConfig& camera, bool video, int32_t range[2]) {
 
 }  // namespace
 
-bool IsSupportedTemplate(int type) {
-    return type >= zelkov::GET_CAMERA3_TEMPLATE_PREVIEW() && type <= zelkov::GET_CAMERA3_TEMPLATE_MANUAL();
+bool IsSupportedTemplate(const CameraConfig& camera, int type) {
+    const std::vector<uint8_t> capabilities = Capabilities(camera);
+    const auto has = [&capabilities](uint8_t capability) {
+        return std::find(capabilities.begin(), capabilities.end(), capability) != capabilities.end();
+    };
+    if (type == zelkov::GET_CAMERA3_TEMPLATE_ZERO_SHUTTER_LAG()) {
+        return has(value::kCapabilityPrivateReprocessing) || has(value::kCapabilityYuvReprocessing);
+    }
+    if (type == zelkov::GET_CAMERA3_TEMPLATE_MANUAL()) return has(value::kCapabilityManualSensor);
+    return type >= zelkov::GET_CAMERA3_TEMPLATE_PREVIEW() && type <= zelkov::GET_CAMERA3_TEMPLATE_VIDEO_SNAPSHOT();
 }
 
 Metadata BuildDefaultSettings(const CameraConfig& camera, int type) {
@@ -51,9 +63,11 @@ Metadata BuildDefaultSettings(const CameraConfig& camera, int type) {
     const int32_t crop[4] = {0, 0, camera.activeArray[2], camera.activeArray[3]};
     const int32_t thumbnail[2] = {160, 120};
 
+    // The manual template leaves exposure to the request.
+    const bool manual = type == zelkov::GET_CAMERA3_TEMPLATE_MANUAL();
     settings.SetOne(tag::kControlCaptureIntent, CaptureIntent(type));
-    settings.SetOne(tag::kControlMode, value::kControlModeAuto);
-    settings.SetOne(tag::kControlAeMode, value::kAeModeOn);
+    settings.SetOne(tag::kControlMode, manual ? value::kControlModeOff : value::kControlModeAuto);
+    settings.SetOne(tag::kControlAeMode, manual ? value::kAeModeOff : value::kAeModeOn);
     settings.SetOne(tag::kControlAfMode, AfMode(type));
     settings.SetOne(tag::kControlAwbMode, value::kAwbModeAuto);
     settings.Set(tag::kControlAeTargetFpsRange, fps, 2);
@@ -75,11 +89,26 @@ Metadata BuildDefaultSettings(const CameraConfig& camera, int type) {
     settings.SetOne(tag::kSensorExposureTime, int64_t{10000000});
     settings.SetOne(tag::kSensorSensitivity, int32_t{100});
     settings.SetOne(tag::kSensorFrameDuration, int64_t{1000000000} / fps[1]);
-    settings.SetOne(tag::kNoiseReductionMode, value::kNoiseReductionFast);
-    settings.SetOne(tag::kColorCorrectionAberrationMode, value::kAberrationFast);
+    // A still capture takes its time over the picture; the others keep the frame rate.
+    const uint8_t processing = type == zelkov::GET_CAMERA3_TEMPLATE_STILL_CAPTURE() ? value::kProcessingHighQuality
+                                                                                    : value::kProcessingFast;
+    settings.SetOne(tag::kNoiseReductionMode, processing);
+    settings.SetOne(tag::kEdgeMode, processing);
+    settings.SetOne(tag::kHotPixelMode, processing);
+    settings.SetOne(tag::kShadingMode, processing);
+    settings.SetOne(tag::kColorCorrectionAberrationMode, processing);
+    settings.SetOne(tag::kTonemapMode, processing == value::kProcessingHighQuality ? value::kTonemapHighQuality
+                                                                                  : value::kTonemapFast);
     settings.SetOne(tag::kStatisticsFaceDetectMode, value::kOff);
+    settings.SetOne(tag::kBlackLevelLock, value::kOff);
+    settings.SetOne(tag::kStatisticsHotPixelMapMode, value::kOff);
+    settings.SetOne(tag::kStatisticsLensShadingMapMode, value::kOff);
     settings.Set(tag::kScalerCropRegion, crop, 4);
     settings.SetOne(tag::kLensFocusDistance, 0.0f);
+    settings.SetOne(tag::kLensAperture, sensor::kAperture);
+    settings.SetOne(tag::kLensFilterDensity, sensor::kFilterDensity);
+    settings.SetOne(tag::kLensFocalLength, sensor::kFocalLengthMm);
+    settings.SetOne(tag::kLensOpticalStabilizationMode, value::kOff);
     return settings;
 }
 

@@ -7,8 +7,10 @@
 
 namespace camera_core {
 
-// True for the templates this core answers (preview to manual).
-bool IsSupportedTemplate(int type);
+// True for the templates the camera's capabilities allow: preview, still,
+// video and video snapshot always; zero shutter lag only with reprocessing,
+// manual only with MANUAL_SENSOR.
+bool IsSupportedTemplate(const CameraConfig& camera, int type);
 
 // The settings of one template; the caller checks IsSupportedTemplate first.
 Metadata BuildDefaultSettings(const CameraConfig& camera, int type);
