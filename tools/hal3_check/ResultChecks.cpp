@@ -80,7 +80,7 @@ void ResultChecker::HandleResult(Event& e) {
                                         std::to_string(entry->buffers.size()));
     if (e.inputBuffer) Flag("input-buffer", f + "input buffer returned for a request without one");
     if (e.malformedMetadata) Flag("result-structure", f + "malformed result metadata");
-    if (e.metadata == nullptr && !e.malformedMetadata && e.buffers.empty() && e.claimedBuffers == 0)
+    if (e.metadata == nullptr && !e.malformedMetadata && e.claimedBuffers == 0 && !e.inputBuffer)
         Flag("empty-result", f + "result with nothing in it");
     if (e.metadata != nullptr) HandleMetadata(e, *entry);
     else if (e.partial != 0 && !e.malformedMetadata)
