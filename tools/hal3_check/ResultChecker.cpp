@@ -116,6 +116,7 @@ void ResultChecker::DeviceLost(const std::string& call) {
     std::lock_guard<std::mutex> lock(stateMutex_);
     Flag("error-device", call + " returned -ENODEV");
     deviceError_ = true;
+    stateCv_.notify_all();
 }
 
 bool ResultChecker::deviceError() {
@@ -162,7 +163,7 @@ void ResultChecker::Sync() {
 bool ResultChecker::WaitIdle() {
     Sync();
     std::unique_lock<std::mutex> lock(stateMutex_);
-    while (!inFlight_.empty()) {
+    while (!inFlight_.empty() && !deviceError_) {  // after a fatal error the service waits for nothing
         int64_t left = lastProgressNs_ + limits_.stallNs - NowNs();
         if (left <= 0) {
             ExplainStall();

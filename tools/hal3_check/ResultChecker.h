@@ -83,8 +83,9 @@ public:
     void SetInspector(Inspector inspector);
     // Waits until every queued callback has been checked.
     void Sync();
-    // Waits until nothing is in flight; on a stall (no progress for the stall
-    // time) records what is missing and the in-flight table, and returns false.
+    // Waits until nothing is in flight (or the device failed fatally); on a
+    // stall (no progress for the stall time) records what is missing and the
+    // in-flight table, and returns false.
     bool WaitIdle();
     size_t InFlight();
     std::vector<FrameRecord> TakeCompleted();

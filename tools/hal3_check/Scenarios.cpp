@@ -99,6 +99,10 @@ bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
 
 MetadataPtr CameraScenario::Settings(int templateType) {
     const camera_metadata_t* d = device_->DefaultSettings(templateType);
+    if (d != nullptr && validate_camera_metadata_structure(d, nullptr) != 0) {
+        Record(Finding("default-settings", "template " + std::to_string(templateType) + ": malformed settings"));
+        d = nullptr;
+    }
     if (d == nullptr) return MetadataPtr(allocate_camera_metadata(8, 64));
     return MetadataPtr(clone_camera_metadata(d));
 }
