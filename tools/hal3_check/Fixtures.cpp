@@ -112,9 +112,9 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
             failures->push_back(Finding("configure-usage", name + ": no producer usage (camera or CPU write) set"));
         if ((asked.format != kFormatImplementationDefined && s.format != asked.format) || s.width != asked.width ||
             s.height != asked.height)
-            failures->push_back(Finding("configure-stream-changed", name + ": the device changed it to format 0x" +
-                                                                        [&] { char b[16]; snprintf(b, sizeof b, "%x", s.format); return std::string(b); }() +
-                                                                        " " + std::to_string(s.width) + "x" + std::to_string(s.height)));
+            failures->push_back(Finding("configure-stream-changed", name + ": the device changed it to format " +
+                                                                        std::to_string(s.format) + " " + std::to_string(s.width) +
+                                                                        "x" + std::to_string(s.height)));
         auto pool = std::make_unique<BufferPool>();
         std::string err = pool->Allocate(s, std::max<uint32_t>(s.max_buffers, 1), blobBytes);
         if (!err.empty()) failures->push_back(Finding("buffer-alloc", "stream " + std::to_string(i) + ": " + err));

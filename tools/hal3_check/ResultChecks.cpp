@@ -248,15 +248,15 @@ void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
 
 void ResultChecker::HandleError(const camera3_error_msg_t& err) {
     const std::string f = FrameText(err.frame_number);
-    bool bufferError = err.error_code == CAMERA3_MSG_ERROR_BUFFER;
-    if (!bufferError && err.error_stream != nullptr) Flag("error-stream", f + "error " + std::to_string(err.error_code) + " names a stream");
+    if (err.error_code < CAMERA3_MSG_ERROR_DEVICE || err.error_code > CAMERA3_MSG_ERROR_BUFFER) {
+        Flag("notify-type", f + "unknown error code " + std::to_string(err.error_code));
+        return;
+    }
+    if (err.error_code != CAMERA3_MSG_ERROR_BUFFER && err.error_stream != nullptr)
+        Flag("error-stream", f + "error " + std::to_string(err.error_code) + " names a stream");
     if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
         Flag("error-device", "the device reported ERROR_DEVICE");
         deviceError_ = true;
-        return;
-    }
-    if (err.error_code < CAMERA3_MSG_ERROR_DEVICE || err.error_code > CAMERA3_MSG_ERROR_BUFFER) {
-        Flag("notify-type", f + "unknown error code " + std::to_string(err.error_code));
         return;
     }
     Entry* entry = Lookup(err.frame_number, "error notify");

@@ -80,6 +80,7 @@ void CameraScenario::Open() {
                                                [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     device_->Attach(checker_.get());
     ASSERT_EQ(device_->Initialize(), 0) << Finding("initialize", "initialize failed");
+    initialized_ = true;
     streams_ = std::make_unique<StreamFixture>(device_);
     std::string prefix = "camera" + id_ + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     std::replace(prefix.begin(), prefix.end(), '/', '_');
@@ -159,6 +160,11 @@ int CameraScenario::TimedFlush() {
 }
 
 void CameraScenario::Close() {
+    if (checker_ == nullptr || !initialized_) {
+        // Open stopped short: as the service, only close what was opened.
+        EXPECT_EQ(device_->Close(), 0) << Finding("close", "close failed");
+        return;
+    }
     if (!checker_->deviceError()) {
         TimedFlush();
         checker_->Sync();
@@ -234,7 +240,7 @@ class InvalidConfiguration : public CameraScenario {};
 TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
-    ASSERT_FALSE(sizes.empty());
+    if (sizes.empty()) return;
     StreamConfig yuv = sizes[0];
     uint32_t w = uint32_t(yuv.width), h = uint32_t(yuv.height);
     const struct {
@@ -256,7 +262,7 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     EXPECT_EQ(device_->device()->ops->configure_streams(device_->device(), nullptr), -EINVAL)
         << Finding("configure-invalid", "null configuration");
     // A good configuration still works after the refusals.
-    ASSERT_TRUE(Configure({{kFormatYuv420, w, h, kUsageSwReadOften}}));
+    if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     EXPECT_TRUE(Stream(3, s.get(), {0}));
     Drain();
@@ -287,11 +293,13 @@ class ThreeStreams : public CameraScenario {};
 TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto preview = Sizes(kFormatImplementationDefined), yuv = YuvSizes(), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || yuv.empty() || jpeg.empty());
+    ASSERT_FALSE(preview.empty() || yuv.empty() || jpeg.empty())
+        << Finding("static-stream-configs", "no preview or JPEG size");
     const auto& p = preview.back();  // smallest preview, largest YUV and JPEG
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
-                           {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
-                           {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}));
+    if (!Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
+                    {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
+                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
+        return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int i = 0; i < options().frames; ++i)
         if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1}, i == options().frames - 1))
@@ -304,13 +312,13 @@ class Reconfigure : public CameraScenario {};
 TEST_P(Reconfigure, Cycles) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
-    ASSERT_FALSE(sizes.empty());
+    if (sizes.empty()) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int cycle = 0; cycle < 4; ++cycle) {
         const auto& c = sizes[size_t(cycle) % sizes.size()];
-        ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+        if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
         Stream(std::max(3, options().frames / 4), s.get(), {0});
-        ASSERT_TRUE(Drain());
+        if (!Drain()) return;
     }
     note_ = "cycles=4";
 }
@@ -319,13 +327,13 @@ class Flush : public CameraScenario {};
 TEST_P(Flush, WithRequestsInFlightAndWithNone) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
-    ASSERT_FALSE(sizes.empty());
+    if (sizes.empty()) return;
     StreamConfig c = sizes.back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
     if (streams_->stream(0)->max_buffers < 2) GTEST_SKIP() << "max_buffers is 1: one request in flight at a time";
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int round = 0; round < 3; ++round) {
-        ASSERT_TRUE(Stream(int(streams_->pool(0).size()), s.get(), {0}));
+        if (!Stream(int(streams_->pool(0).size()), s.get(), {0})) return;
         checker_->Sync();
         size_t held = checker_->InFlight();
         EXPECT_GE(held, 2u) << Finding("flush-in-flight", "only " + std::to_string(held) +
@@ -334,7 +342,7 @@ TEST_P(Flush, WithRequestsInFlightAndWithNone) {
         checker_->Sync();
         size_t left = checker_->InFlight();
         EXPECT_EQ(left, 0u) << Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned");
-        ASSERT_TRUE(Drain());
+        if (!Drain()) return;
     }
     TimedFlush();  // with nothing in flight
     Stream(3, s.get(), {0});  // streaming resumes after a flush
@@ -346,9 +354,9 @@ class InvalidRequests : public CameraScenario {};
 TEST_P(InvalidRequests, AreRefusedWithEinval) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
-    ASSERT_FALSE(sizes.empty());
+    if (sizes.empty()) return;
     StreamConfig c = sizes.back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
     camera3_stream_t stranger = *streams_->stream(0);  // never configured
     buffer_handle_t* h = streams_->pool(0).Acquire(stallNs_);
     ASSERT_NE(h, nullptr);
@@ -383,10 +391,11 @@ class StillCapture : public CameraScenario {};
 TEST_P(StillCapture, After3A) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto preview = Sizes(kFormatImplementationDefined), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || jpeg.empty());
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
-                            kUsageHwComposer},
-                           {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}));
+    ASSERT_FALSE(preview.empty() || jpeg.empty()) << Finding("static-stream-configs", "no preview or JPEG size");
+    if (!Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
+                     kUsageHwComposer},
+                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
+        return;
     // Only the modes the camera lists are asked for: a fixed-focus camera gets
     // no AF trigger and its AF INACTIVE counts as done, as CTS has it.
     auto lists = [&](uint32_t tag, uint8_t mode) {
@@ -440,7 +449,8 @@ TEST_P(Recording, HoldsItsFrameRate) {
     for (const auto& c : Sizes(kFormatImplementationDefined))
         if (c.minFrameNs <= targetNs) video = c;
     ASSERT_GT(video.width, 0) << Finding("frame-rate", "no video size reaches " + std::to_string(fps) + " fps");
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}));
+    if (!Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
+        return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_VIDEO_RECORD);
     int32_t range[2] = {fps, fps};
     Set(s, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, range, 2);
@@ -467,19 +477,19 @@ TEST_P(TestPattern, ColorBars) {
         GTEST_SKIP() << "COLOR_BARS not in android.sensor.availableTestPatternModes";
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
-    ASSERT_FALSE(sizes.empty());
+    if (sizes.empty()) return;
     StreamConfig c = sizes.back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     const int32_t mode = kTestPatternColorBars;
     Set(s, ANDROID_SENSOR_TEST_PATTERN_MODE, &mode, 1);
     Stream(3, s.get(), {0});
-    ASSERT_TRUE(Drain());
+    if (!Drain()) return;
     for (const auto& f : frames_)
         EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode)
             << Finding("test-pattern", "frame " + std::to_string(f.frame) + ": the result does not echo the test pattern mode");
     // Nothing was submitted after the last frame: its buffer still holds its picture.
-    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty());
+    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty()) << Finding("test-pattern", "no frame to look at");
     const GrallocBuffer* picture = streams_->pool(0).Find(frames_.back().buffers[0].handle);
     ASSERT_NE(picture, nullptr);
     ReportFailures(CheckColorBars(*picture));

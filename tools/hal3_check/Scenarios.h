@@ -66,6 +66,7 @@ protected:
     std::vector<FrameRecord> frames_;
     std::string note_;  // extra text for the summary line
     uint32_t warnings_ = 0;
+    bool initialized_ = false;
 };
 
 }  // namespace hal3_check

@@ -284,6 +284,8 @@ const Case kCases[] = {
     {"release-fence not a file", "submit 0 s0; buffer 0 s0 ok rel=bad", {"release-fence"}},
 };
 
+void PrintTo(const Case& c, std::ostream* os) { *os << c.steps; }
+
 class ResultCheckerRules : public ::testing::TestWithParam<Case> {};
 
 TEST_P(ResultCheckerRules, FlagsExactlyTheBrokenRule) {
