@@ -200,8 +200,12 @@ bool ResultChecker::BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer
 }
 
 // The service waits on a release fence before the consumer sees the buffer,
-// then closes it.
+// then closes it (a fence always reaches it as its own copy, through binder).
 void ResultChecker::WaitReleaseFence(const std::string& f, int fence) {
+    if (fence <= STDERR_FILENO) {  // not the device's to hand over: left open
+        Flag("release-fence", f + "release fence " + std::to_string(fence) + " is a standard stream");
+        return;
+    }
     pollfd pfd{fence, POLLIN, 0};
     int bound = int(std::min<int64_t>(limits_.stallNs / 1000000, 10000));
     int rc = poll(&pfd, 1, bound);

@@ -9,7 +9,7 @@
 //   shutter F T                  SHUTTER at T
 //   result F pK [ts=T] [depth=D] [ae] [empty]   metadata as partial K
 //   badmeta F pK                 metadata that fails validation
-//   buffer F sN ok|err [pK] [acq=N] [rel=signalled|pending|bad]
+//   buffer F sN ok|err [pK] [acq=N] [rel=signalled|pending|bad|<fd>]
 //   lie F COUNT sN               num_output_buffers COUNT, the array of one buffer
 //   nullbuf F sN | input F | nothing F | notify T
 //   error F device|request|result|buffer [sN]
@@ -86,6 +86,7 @@ private:
 
     int Fence(const std::string& kind) {
         if (kind == "bad") return 999;  // not open (checked below)
+        if (isdigit(static_cast<unsigned char>(kind[0]))) return std::stoi(kind);  // one of the test's own
         int fds[2];
         EXPECT_EQ(pipe(fds), 0);
         if (kind == "signalled") close(fds[1]);  // a reader sees the end at once
@@ -282,6 +283,7 @@ const Case kCases[] = {
     {"buffer-acquire-fence", "submit 0 s0; buffer 0 s0 ok acq=5", {"buffer-acquire-fence"}},
     {"release-fence pending", "submit 0 s0; buffer 0 s0 ok rel=pending", {"release-fence"}},
     {"release-fence not a file", "submit 0 s0; buffer 0 s0 ok rel=bad", {"release-fence"}},
+    {"release-fence a standard stream", "submit 0 s0; buffer 0 s0 ok rel=2", {"release-fence"}},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.steps; }
@@ -296,6 +298,7 @@ TEST_P(ResultCheckerRules, FlagsExactlyTheBrokenRule) {
     EXPECT_EQ(sequence.Run(c.steps), c.expected) << c.steps;
     // The checker closes every release fence it is given.
     for (int fd : sequence.fences()) EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "release fence " << fd << " left open";
+    EXPECT_NE(fcntl(STDERR_FILENO, F_GETFD), -1) << "the checker closed stderr";
 }
 
 std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
