@@ -105,8 +105,7 @@ void BM_FourStreams30fps(benchmark::State& state) {
     }
     const int64_t stallNs = 3000000000;
     DeviceConnector* device = DeviceConnector::Make();
-    ResultChecker checker(uint32_t(std::max(1, GetI32(info.static_camera_characteristics, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1))),
-                          stallNs, nullptr);
+    ResultChecker checker(LimitsOf(info.static_camera_characteristics, stallNs), nullptr);
     device->Attach(&checker);
     if (device->Open(module, "0") != 0 || device->Initialize() != 0) {
         state.SkipWithError("open or initialize failed");

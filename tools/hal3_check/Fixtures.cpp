@@ -60,37 +60,64 @@ int StreamFixture::IndexOf(const camera3_stream_t* s) const {
     return -1;
 }
 
+namespace {
+
+constexpr int kFormatImplementationDefined = 0x22;
+
+bool SameSpec(const StreamSpec& a, const StreamSpec& b) {
+    return a.format == b.format && a.width == b.width && a.height == b.height && a.consumerUsage == b.consumerUsage &&
+           a.rotation == b.rotation;
+}
+
+}  // namespace
+
 int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures) {
+    // The device may still look at the old records during the call.
+    std::vector<std::unique_ptr<camera3_stream_t>> old = std::move(streams_);
+    std::vector<StreamSpec> oldSpecs = std::move(specs_);
     streams_.clear();
+    specs_.clear();
     pools_.clear();
     std::vector<camera3_stream_t*> list;
     for (const auto& s : specs) {
-        auto stream = std::make_unique<camera3_stream_t>();
-        stream->stream_type = CAMERA3_STREAM_OUTPUT;
-        stream->width = s.width;
-        stream->height = s.height;
+        std::unique_ptr<camera3_stream_t> stream;
+        for (size_t i = 0; i < old.size() && stream == nullptr; ++i)
+            if (old[i] != nullptr && SameSpec(oldSpecs[i], s)) stream = std::move(old[i]);
+        if (stream == nullptr) {
+            stream = std::make_unique<camera3_stream_t>();
+            stream->stream_type = CAMERA3_STREAM_OUTPUT;
+            stream->width = s.width;
+            stream->height = s.height;
+            stream->rotation = s.rotation;
+            stream->data_space = s.format == kFormatBlob ? 0x8C20000 /* V0_JFIF */ : 0;
+            stream->physical_camera_id = "";
+        }
+        // What the device wrote last time is asked afresh.
         stream->format = s.format;
         stream->usage = s.consumerUsage;
-        stream->rotation = s.rotation;
-        stream->data_space = s.format == kFormatBlob ? 0x8C20000 /* V0_JFIF */ : 0;
-        stream->physical_camera_id = "";
         list.push_back(stream.get());
         streams_.push_back(std::move(stream));
+        specs_.push_back(s);
     }
     camera3_stream_configuration_t config{uint32_t(list.size()), list.data(), CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE, nullptr};
     int rc = device_->Configure(&config);
     if (rc != 0) return rc;
     for (size_t i = 0; i < streams_.size(); ++i) {
         const camera3_stream_t& s = *streams_[i];
-        std::string name = "stream " + std::to_string(i) + " (" + std::to_string(s.width) + "x" + std::to_string(s.height) + ")";
-        if (s.max_buffers == 0) failures->push_back("[rule configure-max-buffers] " + name + ": max_buffers is 0");
-        if ((s.usage & specs[i].consumerUsage) != specs[i].consumerUsage)
-            failures->push_back("[rule configure-usage] " + name + ": the consumer usage bits were cleared");
+        const StreamSpec& asked = specs_[i];
+        std::string name = "stream " + std::to_string(i) + " (" + std::to_string(asked.width) + "x" +
+                           std::to_string(asked.height) + ")";
+        if (s.max_buffers == 0) failures->push_back(Finding("configure-max-buffers", name + ": max_buffers is 0"));
         if ((s.usage & (kUsageCameraWrite | kUsageSwWriteOften)) == 0)
-            failures->push_back("[rule configure-usage] " + name + ": no producer usage (camera or CPU write) set");
+            failures->push_back(Finding("configure-usage", name + ": no producer usage (camera or CPU write) set"));
+        if ((asked.format != kFormatImplementationDefined && s.format != asked.format) || s.width != asked.width ||
+            s.height != asked.height)
+            failures->push_back(Finding("configure-stream-changed", name + ": the device changed it to format " +
+                                                                        std::to_string(s.format) + " " + std::to_string(s.width) +
+                                                                        "x" + std::to_string(s.height)));
         auto pool = std::make_unique<BufferPool>();
         std::string err = pool->Allocate(s, std::max<uint32_t>(s.max_buffers, 1), blobBytes);
-        if (!err.empty()) failures->push_back(err);
+        if (!err.empty()) failures->push_back(Finding("buffer-alloc", "stream " + std::to_string(i) + ": " + err));
         pools_.push_back(std::move(pool));
     }
     return 0;
@@ -144,7 +171,7 @@ std::vector<std::string> FrameFixture::dumped() {
 
 std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
     int index = streams_->IndexOf(b.stream);
-    if (index < 0) return "[rule buffer-once] frame " + std::to_string(frame) + ": buffer of an unknown stream";
+    if (index < 0) return Finding("buffer-once", "frame " + std::to_string(frame) + ": buffer of an unknown stream");
     BufferPool& pool = streams_->pool(size_t(index));
     const GrallocBuffer* buffer = pool.Find(b.handle);
     std::string failure;
@@ -157,7 +184,7 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
         std::string name = prefix_ + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
         if (buffer->format == kFormatBlob) {
             std::vector<uint8_t> blob, jpeg;
-            if (!GrallocHelper::ReadBytes(*buffer, &blob)) return "[rule buffer-lock] cannot lock a JPEG buffer";
+            if (!GrallocHelper::ReadBytes(*buffer, &blob)) return Finding("buffer-lock", "cannot lock a JPEG buffer");
             failure = CheckJpegBlob(blob, b.stream->width, b.stream->height, &jpeg);
             ++jpegs_;
             if (failure.empty() && options().dumpFrames) {
@@ -167,11 +194,13 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
             }
         } else {
             std::vector<uint8_t> luma;
-            if (!GrallocHelper::ReadLuma(*buffer, 1, &luma)) return "[rule buffer-lock] cannot lock a YUV buffer";
-            int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
-            if (drawn >= 0 && drawn != int64_t(frame))
-                failure = "[rule stale-frame] frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
-                          " holds the picture of frame " + std::to_string(drawn);
+            if (decodeFrameNumbers_) {
+                if (!GrallocHelper::ReadLuma(*buffer, 1, &luma)) return Finding("buffer-lock", "cannot lock a YUV buffer");
+                int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
+                if (drawn >= 0 && drawn != int64_t(frame))
+                    failure = Finding("stale-frame", "frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
+                                                         " holds the picture of frame " + std::to_string(drawn));
+            }
             std::vector<uint8_t> rgb;
             if (dump && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
                 std::string path = Report::Get().WritePng(name + ".png", rgb, buffer->width, buffer->height);
@@ -206,7 +235,7 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
     constexpr int kLumaStep = 8, kChroma = 16;  // margins for rounding and range
     auto sign = [](int c) { return c - 128 >= kChroma ? '+' : c - 128 <= -kChroma ? '-' : '0'; };
     std::vector<uint8_t> row;
-    if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row)) return {"[rule buffer-lock] cannot lock a YUV buffer"};
+    if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row)) return {Finding("buffer-lock", "cannot lock a YUV buffer")};
     std::vector<std::string> failures;
     for (uint32_t i = 0; i < 8; ++i) {
         const uint8_t* p = row.data() + size_t((2 * i + 1) * picture.width / 16) * 3;  // the bar's centre
@@ -215,11 +244,11 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
         bool ok = i == 0 || p[0] + kLumaStep <= previous[0];
         for (size_t c = 0; c < 2; ++c) ok &= want[c] == '.' || want[c] == signs[c];
         if (!ok)
-            failures.push_back("[rule test-pattern] bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " +
+            failures.push_back(Finding("test-pattern", "bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " +
                                std::to_string(p[0]) + " Cb " + std::to_string(p[1]) + " Cr " + std::to_string(p[2]) +
                                " (Cb/Cr signs " + signs + ", wanted " + want +
                                (i == 0 ? ")" : "; Y must be " + std::to_string(kLumaStep) + " below the previous bar's " +
-                                                   std::to_string(previous[0]) + ")"));
+                                                   std::to_string(previous[0]) + ")")));
     }
     return failures;
 }
@@ -234,14 +263,14 @@ struct JpegError {
 }  // namespace
 
 std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg) {
-    if (blob.size() < sizeof(camera3_jpeg_blob_t)) return "[rule jpeg-blob] buffer smaller than the blob trailer";
+    if (blob.size() < sizeof(camera3_jpeg_blob_t)) return Finding("jpeg-blob", "buffer smaller than the blob trailer");
     camera3_jpeg_blob_t trailer;
     memcpy(&trailer, blob.data() + blob.size() - sizeof trailer, sizeof trailer);
-    if (trailer.jpeg_blob_id != CAMERA3_JPEG_BLOB_ID) return "[rule jpeg-blob] no JPEG blob id in the trailer";
+    if (trailer.jpeg_blob_id != CAMERA3_JPEG_BLOB_ID) return Finding("jpeg-blob", "no JPEG blob id in the trailer");
     if (trailer.jpeg_size < 4 || trailer.jpeg_size > blob.size() - sizeof trailer)
-        return "[rule jpeg-blob] JPEG size " + std::to_string(trailer.jpeg_size) + " does not fit the buffer";
+        return Finding("jpeg-blob", "JPEG size " + std::to_string(trailer.jpeg_size) + " does not fit the buffer");
     jpeg->assign(blob.begin(), blob.begin() + trailer.jpeg_size);
-    if ((*jpeg)[0] != 0xFF || (*jpeg)[1] != 0xD8) return "[rule jpeg-blob] JPEG data does not start with SOI";
+    if ((*jpeg)[0] != 0xFF || (*jpeg)[1] != 0xD8) return Finding("jpeg-blob", "JPEG data does not start with SOI");
 
     jpeg_decompress_struct cinfo{};
     JpegError err;
@@ -251,7 +280,7 @@ std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint
     err.mgr.output_message = [](j_common_ptr) {};
     if (setjmp(err.jump)) {
         jpeg_destroy_decompress(&cinfo);
-        return "[rule jpeg-decode] libjpeg cannot decode the JPEG";
+        return Finding("jpeg-decode", "libjpeg cannot decode the JPEG");
     }
     jpeg_create_decompress(&cinfo);
     jpeg_mem_src(&cinfo, jpeg->data(), static_cast<unsigned long>(jpeg->size()));
@@ -266,8 +295,8 @@ std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint
     jpeg_finish_decompress(&cinfo);
     jpeg_destroy_decompress(&cinfo);
     if (w != width || h != height)
-        return "[rule jpeg-decode] JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
-               std::to_string(width) + "x" + std::to_string(height);
+        return Finding("jpeg-decode", "JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
+               std::to_string(width) + "x" + std::to_string(height));
     return "";
 }
 

@@ -6,6 +6,7 @@
 
 #include "DeviceConnector.h"
 #include "GrallocHelper.h"
+#include "Rules.h"
 #include "ResultChecker.h"
 
 #include <condition_variable>
@@ -47,6 +48,8 @@ public:
     explicit StreamFixture(DeviceConnector* device) : device_(device) {}
     // configure_streams; on success checks what the device filled in and
     // allocates max_buffers buffers per stream. Failures go to `failures`.
+    // As the camera service does, a stream configured again keeps its record
+    // and the records of the previous configuration live through the call.
     int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures);
     size_t count() const { return streams_.size(); }
     camera3_stream_t* stream(size_t i) { return streams_[i].get(); }
@@ -56,6 +59,7 @@ public:
 private:
     DeviceConnector* device_;
     std::vector<std::unique_ptr<camera3_stream_t>> streams_;
+    std::vector<StreamSpec> specs_;  // as asked, per stream
     std::vector<std::unique_ptr<BufferPool>> pools_;
 };
 
@@ -71,6 +75,9 @@ public:
     // Forgets the previous settings (after configure, the next request must carry some).
     void ResetSettings() { lastSettings_ = nullptr; }
     uint32_t nextFrame() const { return nextFrame_; }
+    // Decode the frame number strip of YUV pictures: only for a module that
+    // declares it draws one. Set before the first Submit.
+    void DecodeFrameNumbers(bool on) { decodeFrameNumbers_ = on; }
     // A frame whose YUV pictures are dumped (every JPEG is written).
     void DumpFrame(uint32_t frame);
     uint32_t jpegs() const { return jpegs_; }
@@ -90,14 +97,15 @@ private:
     std::set<uint32_t> dumpFrames_;
     std::vector<std::string> dumped_;
     uint32_t jpegs_ = 0;
+    bool decodeFrameNumbers_ = false;
 };
 
 // The frame number the test pattern carries in the top rows of luma, or -1.
 int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height);
-// Failures ("[rule test-pattern] ...") unless the picture is the 8 colour bars.
+// Findings ("[rule test-pattern] ...") unless the picture is the 8 colour bars.
 std::vector<std::string> CheckColorBars(const GrallocBuffer& picture);
 // "" when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes to
-// width x height; else a failure naming its rule. *jpeg receives the JPEG bytes.
+// width x height; else a finding naming its rule. *jpeg receives the JPEG bytes.
 std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg);
 
 }  // namespace hal3_check

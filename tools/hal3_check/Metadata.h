@@ -22,8 +22,8 @@ enum : uint8_t {
     kAePrecaptureIdle = 0, kAePrecaptureStart = 1,
     kAfTriggerIdle = 0, kAfTriggerStart = 1,
     kAfModeAuto = 1,
-    kAeStateConverged = 2, kAeStateFlashRequired = 4, kAeStateLocked = 3,
-    kAfStateFocusedLocked = 4, kAfStateNotFocusedLocked = 5,
+    kAeStateInactive = 0, kAeStateConverged = 2, kAeStateFlashRequired = 4, kAeStateLocked = 3,
+    kAfStateInactive = 0, kAfStateFocusedLocked = 4, kAfStateNotFocusedLocked = 5,
     kCapabilityBackwardCompatible = 0,
     kTestPatternOff = 0, kTestPatternColorBars = 2,
 };

@@ -3,12 +3,17 @@
 // only copy what they are given and queue it; one checker thread takes the
 // queue in order and keeps the in-flight table: which frames are out, their
 // shutter, partial results, buffers and error notifications. Every broken
-// rule becomes one failure line starting with "[rule <id>]".
+// rule becomes one finding "[rule <id>] ..." (Rules.h): a failure, or a
+// warning for a "should" rule. Everything the device hands over is bounded
+// before it is read: counts against the request, metadata validated before
+// it is cloned.
 
 #include "Metadata.h"
+#include "Rules.h"
 
 #include <hardware/camera3.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -28,7 +33,16 @@ struct ReturnedBuffer {
     camera3_stream_t* stream;
     buffer_handle_t* handle;
     int status;
+    int acquireFence = -1, releaseFence = -1;
 };
+
+// What the checker needs of the camera's static metadata and the run.
+struct CheckerLimits {
+    uint32_t partialCount = 1;    // android.request.partialResultCount
+    int pipelineMaxDepth = 0;     // android.request.pipelineMaxDepth; 0: not checked
+    int64_t stallNs = 0;          // no progress for this long is a time-out
+};
+CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs);
 
 // A frame the device has finished with, as the scenario sees it.
 struct FrameRecord {
@@ -46,7 +60,7 @@ public:
     using Inspector = std::function<std::string(uint32_t frame, const ReturnedBuffer&)>;
     using TraceSink = std::function<void(const std::string&)>;
 
-    ResultChecker(uint32_t partialCount, int64_t stallNs, TraceSink trace);
+    ResultChecker(const CheckerLimits& limits, TraceSink trace);
     ~ResultChecker();
 
     // Callback side: copy and queue, nothing else.
@@ -57,16 +71,28 @@ public:
     void OnSubmit(const camera3_capture_request_t& request);
     void OnSubmitFailed(uint32_t frame);
 
+    // Around the device's flush: error buffers returned meanwhile may come
+    // back out of order.
+    void BeginFlush();
+    void EndFlush();
+    // A call returned -ENODEV: from now on only close may be called.
+    void DeviceLost(const std::string& call);
+    // ERROR_DEVICE came or a call returned -ENODEV.
+    bool deviceError();
+
     void SetInspector(Inspector inspector);
     // Waits until every queued callback has been checked.
     void Sync();
-    // Waits until nothing is in flight; on a stall (no progress for the stall
-    // time) records what is missing and the in-flight table, and returns false.
+    // Waits until nothing is in flight (or the device failed fatally); on a
+    // stall (no progress for the stall time) records what is missing and the
+    // in-flight table, and returns false.
     bool WaitIdle();
     size_t InFlight();
     std::vector<FrameRecord> TakeCompleted();
     std::vector<std::string> TakeFailures();
-    void Fail(const std::string& failure);
+    std::vector<std::string> TakeWarnings();
+    // A finding from outside ("[rule <id>] ..."); a "should" rule's is a warning.
+    void Fail(const std::string& finding);
     std::string InFlightTable();
     uint32_t errorFrames();
     // CPU time of the checker thread so far.
@@ -78,6 +104,7 @@ private:
         camera3_stream_t* stream;
         buffer_handle_t* handle;
         bool returned = false;
+        int status = CAMERA3_BUFFER_STATUS_OK;
         uint32_t overtakenBy = 0;  // a later frame's buffer of this stream came back first
     };
     struct Entry {
@@ -97,16 +124,21 @@ private:
     void Handle(Event& e);
     void HandleResult(Event& e);
     void HandleNotify(const camera3_notify_msg_t& msg);
+    void HandleMetadata(Event& e, Entry& entry);
+    void MergeMetadata(Entry& entry, MetadataPtr metadata);
     void HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b);
-    void ShutterBeforeResult(uint32_t frame, Entry& entry);
+    bool BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer& b);
+    void WaitReleaseFence(const std::string& f, int fence);
+    void HandleShutter(const camera3_shutter_msg_t& shutter);
+    void HandleError(const camera3_error_msg_t& err);
     void MaybeComplete(uint32_t frame, int64_t arrivalNs);
     Entry* Lookup(uint32_t frame, const char* what);
     void ExplainStall();
-    void FailLocked(const std::string& f);
+    void FailLocked(const std::string& finding);
+    void Flag(const char* rule, const std::string& detail) { FailLocked(Finding(rule, detail)); }
     std::string InFlightTableLocked();
 
-    const uint32_t partialCount_;
-    const int64_t stallNs_;
+    const CheckerLimits limits_;
     TraceSink trace_;
     Inspector inspector_;
 
@@ -115,6 +147,7 @@ private:
     std::deque<Event> queue_;
     uint64_t pushed_ = 0;
     bool stop_ = false;
+    std::map<uint32_t, uint32_t> requestBuffers_;  // buffers of each submitted frame, to bound results
 
     // Checker state, guarded by stateMutex_.
     std::mutex stateMutex_;
@@ -126,11 +159,11 @@ private:
     std::set<uint32_t> stallExplained_;     // frames already named by a time-out
     std::map<camera3_stream_t*, std::deque<uint32_t>> streamQueues_;
     uint32_t lastShutterFrame_ = 0, lastFinalFrame_ = 0;
-    bool anyShutter_ = false, anyFinal_ = false, deviceError_ = false;
+    bool anyShutter_ = false, anyFinal_ = false, deviceError_ = false, flushing_ = false;
     uint64_t lastShutterNs_ = 0;
     uint32_t errorFrames_ = 0;
     std::vector<FrameRecord> completed_;
-    std::vector<std::string> failures_;
+    std::vector<std::string> failures_, warnings_;
     int64_t cpuNs_ = 0;
 
     std::thread thread_;

@@ -19,10 +19,19 @@ std::vector<std::string> CameraIds() {
 
 void CameraScenario::SetUp() {
     id_ = GetParam();
-    ASSERT_EQ(module_.Info(std::stoi(id_), &info_), 0) << "[rule camera-info] get_camera_info(" << id_ << ") failed";
+    ASSERT_EQ(module_.Info(std::stoi(id_), &info_), 0) << Finding("camera-info", "get_camera_info(" + id_ + ") failed");
     static_ = info_.static_camera_characteristics;
-    ASSERT_NE(static_, nullptr) << "[rule camera-info] no static metadata";
+    ASSERT_NE(static_, nullptr) << Finding("camera-info", "no static metadata");
+    ASSERT_EQ(validate_camera_metadata_structure(static_, nullptr), 0) << Finding("static-structure", "static metadata is malformed");
     partialCount_ = uint32_t(std::max(1, GetI32(static_, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
+    // Our own core draws the frame number into its pictures and reports it in
+    // a vendor tag; only a module that declares that tag among its result keys
+    // is held to them.
+    uint32_t counter = module_.FindVendorTag("com.zelkov.sim", "frameCounter");
+    auto resultKeys = Find(static_, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS);
+    if (counter != 0 && std::find(resultKeys.data.i32, resultKeys.data.i32 + resultKeys.count, int32_t(counter)) !=
+                            resultKeys.data.i32 + resultKeys.count)
+        frameCounterTag_ = counter;
     blobBytes_ = uint32_t(std::max(0, GetI32(static_, ANDROID_JPEG_MAX_SIZE, 0)));
     stallNs_ = int64_t(options().stallMs) * 1000000;
 }
@@ -40,38 +49,50 @@ void CameraScenario::TearDown() {
     auto pct = [&](double p) { return latencies.empty() ? 0.0 : latencies[size_t(p * (latencies.size() - 1))] / 1e6; };
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     char line[512];
-    snprintf(line, sizeof line, "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s",
+    std::string warned = warnings_ ? " warnings=" + std::to_string(warnings_) : "";
+    snprintf(line, sizeof line, "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s%s",
              id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : "PASS", frames_.size(), errors, pct(0.5),
-             pct(0.99), note_.empty() ? "" : " ", note_.c_str());
+             pct(0.99), note_.empty() ? "" : " ", note_.c_str(), warned.c_str());
     Report::Get().Summary(line);
 }
 
-void CameraScenario::ReportFailures(const std::vector<std::string>& failures) {
-    size_t shown = 0;
-    for (const auto& f : failures)
+void CameraScenario::ReportFailures(const std::vector<std::string>& findings) {
+    size_t shown = 0, failures = 0;
+    for (const auto& f : findings) {
+        if (IsWarning(f)) {
+            ++warnings_;
+            Report::Get().Trace("WARN " + f);
+            continue;
+        }
+        ++failures;
         if (shown++ < 20) ADD_FAILURE() << f;
-    if (failures.size() > 20) ADD_FAILURE() << failures.size() - 20 << " more failures in " << Report::Get().dir() << "/trace.txt";
+    }
+    if (failures > 20) ADD_FAILURE() << failures - 20 << " more failures in " << Report::Get().dir() << "/trace.txt";
 }
 
 void CameraScenario::Open() {
     device_ = DeviceConnector::Make();
-    ASSERT_EQ(device_->Open(module_, id_), 0) << "[rule open] open(" << id_ << ") failed";
-    ASSERT_GE(device_->device()->common.version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2)) << "[rule open] device API below 3.2";
+    ASSERT_EQ(device_->Open(module_, id_), 0) << Finding("open", "open(" + id_ + ") failed");
+    ASSERT_GE(device_->device()->common.version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+        << Finding("device-version", "the open device reports an API below 3.2");
     std::string tag = id_ + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
-    checker_ = std::make_unique<ResultChecker>(partialCount_, stallNs_,
+    checker_ = std::make_unique<ResultChecker>(LimitsOf(static_, stallNs_),
                                                [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     device_->Attach(checker_.get());
-    ASSERT_EQ(device_->Initialize(), 0) << "[rule initialize] initialize failed";
+    ASSERT_EQ(device_->Initialize(), 0) << Finding("initialize", "initialize failed");
+    initialized_ = true;
     streams_ = std::make_unique<StreamFixture>(device_);
     std::string prefix = "camera" + id_ + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     std::replace(prefix.begin(), prefix.end(), '/', '_');
     frames_fixture_ = std::make_unique<FrameFixture>(device_, streams_.get(), checker_.get(), stallNs_, prefix);
+    frames_fixture_->DecodeFrameNumbers(frameCounterTag_ != 0);
 }
 
 bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
     std::vector<std::string> failures;
     int rc = streams_->Configure(specs, blobBytes_, &failures);
-    if (rc != 0) failures.push_back("[rule configure] a supported configuration was refused: " + std::to_string(rc));
+    if (rc == -ENODEV) checker_->DeviceLost("configure_streams");
+    else if (rc != 0) failures.push_back(Finding("configure", "a supported configuration was refused: " + std::to_string(rc)));
     ReportFailures(failures);
     frames_fixture_->ResetSettings();
     return rc == 0 && failures.empty();
@@ -79,6 +100,10 @@ bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
 
 MetadataPtr CameraScenario::Settings(int templateType) {
     const camera_metadata_t* d = device_->DefaultSettings(templateType);
+    if (d != nullptr && validate_camera_metadata_structure(d, nullptr) != 0) {
+        Record(Finding("default-settings", "template " + std::to_string(templateType) + ": malformed settings"));
+        d = nullptr;
+    }
     if (d == nullptr) return MetadataPtr(allocate_camera_metadata(8, 64));
     return MetadataPtr(clone_camera_metadata(d));
 }
@@ -86,18 +111,18 @@ MetadataPtr CameraScenario::Settings(int templateType) {
 bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams,
                             bool dumpLast) {
     for (int i = 0; i < count; ++i) {
+        if (checker_->deviceError()) return false;  // only close is left
         uint32_t frame = frames_fixture_->nextFrame();
         if (dumpLast && i == count - 1) frames_fixture_->DumpFrame(frame);
         int rc = frames_fixture_->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
             ReportFailures(checker_->TakeFailures());
-            ADD_FAILURE() << "[rule result-timeout] no buffer came back to submit frame " << frame;
+            Record(Finding("result-timeout", "no buffer came back to submit frame " + std::to_string(frame)));
             return false;
         }
-        if (rc != 0) {
-            ADD_FAILURE() << "[rule request] frame " << frame << " refused: " << rc;
-            return false;
-        }
+        if (rc == -ENODEV) checker_->DeviceLost("process_capture_request");
+        else if (rc != 0) Record(Finding("request", "frame " + std::to_string(frame) + " refused: " + std::to_string(rc)));
+        if (rc != 0) return false;
     }
     return true;
 }
@@ -110,31 +135,57 @@ bool CameraScenario::Drain() {
         Report::Get().WriteFile("inflight_" + id_ + ".txt", std::vector<uint8_t>(table.begin(), table.end()));
     }
     ReportFailures(checker_->TakeFailures());
-    uint32_t counterTag = module_.FindVendorTag("com.zelkov.sim", "frameCounter");
+    ReportFailures(checker_->TakeWarnings());
     for (auto& f : checker_->TakeCompleted()) {
-        int64_t drawn = counterTag ? GetI64(f.result.get(), counterTag, -1) : -1;
+        int64_t drawn = frameCounterTag_ ? GetI64(f.result.get(), frameCounterTag_, -1) : -1;
         if (drawn >= 0 && drawn != int64_t(f.frame))
-            ADD_FAILURE() << "[rule stale-frame] frame " << f.frame << ": com.zelkov.sim.frameCounter says " << drawn;
+            Record(Finding("stale-frame", "frame " + std::to_string(f.frame) + ": com.zelkov.sim.frameCounter says " +
+                                              std::to_string(drawn)));
         frames_.push_back(std::move(f));
     }
     return idle;
 }
 
-void CameraScenario::Close() {
+int CameraScenario::TimedFlush() {
+    checker_->BeginFlush();
+    int64_t start = NowNs();
     int rc = device_->Flush();
-    EXPECT_EQ(rc, 0) << "[rule flush] flush failed";
-    checker_->Sync();
-    size_t left = checker_->InFlight();
-    bool stalled = !Drain();
-    if (!stalled) {
-        EXPECT_EQ(left, 0u) << "[rule flush-drains] " << left << " frame(s) still in flight when flush returned";
+    int64_t ms = (NowNs() - start) / 1000000;
+    checker_->EndFlush();
+    if (rc == -ENODEV) checker_->DeviceLost("flush");
+    else if (rc != 0) Record(Finding("flush", "flush failed: " + std::to_string(rc)));
+    if (ms > 1000) Record(Finding("flush-time", "flush took " + std::to_string(ms) + " ms"));
+    else if (ms > 100) Record(Finding("flush-time-target", "flush took " + std::to_string(ms) + " ms"));
+    return rc;
+}
+
+void CameraScenario::Close() {
+    if (checker_ == nullptr || !initialized_) {
+        // Open stopped short: as the service, only close what was opened.
+        EXPECT_EQ(device_->Close(), 0) << Finding("close", "close failed");
+        return;
     }
-    EXPECT_EQ(device_->Close(), 0) << "[rule close] close failed";
+    if (!checker_->deviceError()) {
+        TimedFlush();
+        checker_->Sync();
+        size_t left = checker_->InFlight();
+        bool stalled = !Drain();
+        if (!stalled && left != 0)
+            Record(Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned"));
+    }
+    Drain();  // after a fatal error, what came is still reported
+    EXPECT_EQ(device_->Close(), 0) << Finding("close", "close failed");
     // Give a misbehaving pipeline a few frame times to call back after close.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(device_->lateCallbacks(), 0) << "[rule no-callback-after-close] callbacks after close";
+    EXPECT_EQ(device_->lateCallbacks(), 0) << Finding("no-callback-after-close", "callbacks after close");
     std::vector<std::string> dumps = frames_fixture_->dumped();
     if (!dumps.empty()) note_ += (note_.empty() || note_.back() == ' ' ? "" : " ") + std::string("dumps=") + std::to_string(dumps.size());
+}
+
+std::vector<StreamConfig> CameraScenario::YuvSizes() {
+    std::vector<StreamConfig> sizes = Sizes(0x23 /* YCbCr_420_888 */);
+    if (sizes.empty()) Record(Finding("static-yuv", "no YUV_420_888 output size"));
+    return sizes;
 }
 
 std::vector<StreamConfig> CameraScenario::Sizes(int format) const {
@@ -160,7 +211,8 @@ std::string Name(const ::testing::TestParamInfo<std::string>& p) { return "camer
 class StaticMetadata : public CameraScenario {};
 TEST_P(StaticMetadata, HoldsEveryRequiredKey) {
     ReportFailures(CheckStaticMetadata(static_, info_.facing, info_.orientation));
-    EXPECT_GE(info_.device_version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2)) << "[rule camera-info] device API below 3.2";
+    EXPECT_GE(info_.device_version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+        << Finding("device-version", "camera_info reports a device API below 3.2");
     EXPECT_GT(partialCount_, 0u);
     note_ = "keys=" + std::to_string(get_camera_metadata_entry_count(static_));
 }
@@ -170,15 +222,15 @@ TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
     hw_device_t* dev = nullptr;
     const hw_module_t* m = &module_.module()->common;
     for (const char* bad : {"-1", "99", "x"})
-        EXPECT_NE(m->methods->open(m, bad, &dev), 0) << "[rule open-bad-id] open(\"" << bad << "\") succeeded";
+        if (m->methods->open(m, bad, &dev) == 0) Record(Finding("open-bad-id", "open(\"" + std::string(bad) + "\") succeeded"));
     ASSERT_NO_FATAL_FAILURE(Open());
     DeviceConnector* second = DeviceConnector::Make();
     int rc = second->Open(module_, id_);
-    EXPECT_NE(rc, 0) << "[rule open-twice] a second open of camera " << id_ << " succeeded";
+    if (rc == 0) Record(Finding("open-twice", "a second open of camera " + id_ + " succeeded"));
     if (rc == 0) second->Close();
     for (int t = CAMERA3_TEMPLATE_PREVIEW; t <= CAMERA3_TEMPLATE_MANUAL; ++t)
         ReportFailures(CheckDefaultSettings(device_->DefaultSettings(t), t));
-    EXPECT_EQ(device_->DefaultSettings(0), nullptr) << "[rule default-settings] template 0 gave settings";
+    EXPECT_EQ(device_->DefaultSettings(0), nullptr) << Finding("default-settings", "template 0 gave settings");
     Close();
     ASSERT_NO_FATAL_FAILURE(Open());  // a closed camera opens again
     Close();
@@ -187,7 +239,9 @@ TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
 class InvalidConfiguration : public CameraScenario {};
 TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    StreamConfig yuv = Sizes(kFormatYuv420).at(0);
+    auto sizes = YuvSizes();
+    if (sizes.empty()) return;
+    StreamConfig yuv = sizes[0];
     uint32_t w = uint32_t(yuv.width), h = uint32_t(yuv.height);
     const struct {
         const char* what;
@@ -201,14 +255,14 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     };
     for (const auto& c : cases) {
         std::vector<std::string> failures;
-        EXPECT_EQ(streams_->Configure(c.specs, blobBytes_, &failures), -EINVAL) << "[rule configure-invalid] " << c.what;
+        EXPECT_EQ(streams_->Configure(c.specs, blobBytes_, &failures), -EINVAL) << Finding("configure-invalid", c.what);
     }
     camera3_stream_configuration_t none{0, nullptr, 0, nullptr};
-    EXPECT_EQ(device_->Configure(&none), -EINVAL) << "[rule configure-invalid] null stream list";
+    EXPECT_EQ(device_->Configure(&none), -EINVAL) << Finding("configure-invalid", "null stream list");
     EXPECT_EQ(device_->device()->ops->configure_streams(device_->device(), nullptr), -EINVAL)
-        << "[rule configure-invalid] null configuration";
+        << Finding("configure-invalid", "null configuration");
     // A good configuration still works after the refusals.
-    ASSERT_TRUE(Configure({{kFormatYuv420, w, h, kUsageSwReadOften}}));
+    if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     EXPECT_TRUE(Stream(3, s.get(), {0}));
     Drain();
@@ -231,37 +285,40 @@ TEST_P(Preview, EverySize) {
         if (!Drain()) return;
         ++sizes;
     }
-    EXPECT_GT(sizes, 0) << "[rule configure] no preview size streamed";
+    EXPECT_GT(sizes, 0) << Finding("configure", "no preview size streamed");
     note_ = "sizes=" + std::to_string(sizes) + " ";
 }
 
 class ThreeStreams : public CameraScenario {};
 TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    auto preview = Sizes(kFormatImplementationDefined), yuv = Sizes(kFormatYuv420), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || yuv.empty() || jpeg.empty());
+    auto preview = Sizes(kFormatImplementationDefined), yuv = YuvSizes(), jpeg = Sizes(kFormatBlob);
+    ASSERT_FALSE(preview.empty() || yuv.empty() || jpeg.empty())
+        << Finding("static-stream-configs", "no preview or JPEG size");
     const auto& p = preview.back();  // smallest preview, largest YUV and JPEG
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
-                           {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
-                           {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}));
+    if (!Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
+                    {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
+                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
+        return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int i = 0; i < options().frames; ++i)
         if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1}, i == options().frames - 1))
             break;
     Drain();
-    EXPECT_GT(frames_fixture_->jpegs(), 0u) << "[rule jpeg-blob] no JPEG came back";
+    EXPECT_GT(frames_fixture_->jpegs(), 0u) << Finding("jpeg-blob", "no JPEG came back");
 }
 
 class Reconfigure : public CameraScenario {};
 TEST_P(Reconfigure, Cycles) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = Sizes(kFormatYuv420);
+    auto sizes = YuvSizes();
+    if (sizes.empty()) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int cycle = 0; cycle < 4; ++cycle) {
         const auto& c = sizes[size_t(cycle) % sizes.size()];
-        ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+        if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
         Stream(std::max(3, options().frames / 4), s.get(), {0});
-        ASSERT_TRUE(Drain());
+        if (!Drain()) return;
     }
     note_ = "cycles=4";
 }
@@ -269,17 +326,25 @@ TEST_P(Reconfigure, Cycles) {
 class Flush : public CameraScenario {};
 TEST_P(Flush, WithRequestsInFlightAndWithNone) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    StreamConfig c = Sizes(kFormatYuv420).back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    auto sizes = YuvSizes();
+    if (sizes.empty()) return;
+    StreamConfig c = sizes.back();
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
+    if (streams_->stream(0)->max_buffers < 2) GTEST_SKIP() << "max_buffers is 1: one request in flight at a time";
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int round = 0; round < 3; ++round) {
-        Stream(int(streams_->pool(0).size()), s.get(), {0});
-        EXPECT_EQ(device_->Flush(), 0) << "[rule flush] flush failed";
+        if (!Stream(int(streams_->pool(0).size()), s.get(), {0})) return;
         checker_->Sync();
-        EXPECT_EQ(checker_->InFlight(), 0u) << "[rule flush-drains] frames still in flight when flush returned";
-        ASSERT_TRUE(Drain());
+        size_t held = checker_->InFlight();
+        EXPECT_GE(held, 2u) << Finding("flush-in-flight", "only " + std::to_string(held) +
+                                                                " request(s) in the HAL when flush was called");
+        TimedFlush();
+        checker_->Sync();
+        size_t left = checker_->InFlight();
+        EXPECT_EQ(left, 0u) << Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned");
+        if (!Drain()) return;
     }
-    EXPECT_EQ(device_->Flush(), 0) << "[rule flush] flush with nothing in flight failed";
+    TimedFlush();  // with nothing in flight
     Stream(3, s.get(), {0});  // streaming resumes after a flush
     Drain();
     note_ = "flushed_error_frames=" + std::to_string(checker_->errorFrames());
@@ -288,8 +353,10 @@ TEST_P(Flush, WithRequestsInFlightAndWithNone) {
 class InvalidRequests : public CameraScenario {};
 TEST_P(InvalidRequests, AreRefusedWithEinval) {
     ASSERT_NO_FATAL_FAILURE(Open());
-    StreamConfig c = Sizes(kFormatYuv420).back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    auto sizes = YuvSizes();
+    if (sizes.empty()) return;
+    StreamConfig c = sizes.back();
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
     camera3_stream_t stranger = *streams_->stream(0);  // never configured
     buffer_handle_t* h = streams_->pool(0).Acquire(stallNs_);
     ASSERT_NE(h, nullptr);
@@ -311,11 +378,11 @@ TEST_P(InvalidRequests, AreRefusedWithEinval) {
         request.settings = r.settings;
         request.num_output_buffers = r.count;
         request.output_buffers = r.buffers;
-        EXPECT_EQ(device_->Submit(&request), -EINVAL) << "[rule request-invalid] " << r.what;
+        EXPECT_EQ(device_->Submit(&request), -EINVAL) << Finding("request-invalid", r.what);
     }
     streams_->pool(0).Release(h);
     EXPECT_EQ(device_->device()->ops->process_capture_request(device_->device(), nullptr), -EINVAL)
-        << "[rule request-invalid] null request";
+        << Finding("request-invalid", "null request");
     EXPECT_TRUE(Stream(3, s.get(), {0}));  // the device still takes good requests
     Drain();
 }
@@ -324,15 +391,23 @@ class StillCapture : public CameraScenario {};
 TEST_P(StillCapture, After3A) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto preview = Sizes(kFormatImplementationDefined), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || jpeg.empty());
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
-                            kUsageHwComposer},
-                           {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}));
+    ASSERT_FALSE(preview.empty() || jpeg.empty()) << Finding("static-stream-configs", "no preview or JPEG size");
+    if (!Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
+                     kUsageHwComposer},
+                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
+        return;
+    // Only the modes the camera lists are asked for: a fixed-focus camera gets
+    // no AF trigger and its AF INACTIVE counts as done, as CTS has it.
+    auto lists = [&](uint32_t tag, uint8_t mode) {
+        auto modes = Find(static_, tag);
+        return std::find(modes.data.u8, modes.data.u8 + modes.count, mode) != modes.data.u8 + modes.count;
+    };
+    const bool af = lists(ANDROID_CONTROL_AF_AVAILABLE_MODES, kAfModeAuto), ae = lists(ANDROID_CONTROL_AE_AVAILABLE_MODES, kAeModeOn);
     MetadataPtr idle = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    SetU8(idle, ANDROID_CONTROL_AF_MODE, kAfModeAuto);
+    if (af) SetU8(idle, ANDROID_CONTROL_AF_MODE, kAfModeAuto);
     MetadataPtr trigger(clone_camera_metadata(idle.get()));
-    SetU8(trigger, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, kAePrecaptureStart);
-    SetU8(trigger, ANDROID_CONTROL_AF_TRIGGER, kAfTriggerStart);
+    if (ae) SetU8(trigger, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, kAePrecaptureStart);
+    if (af) SetU8(trigger, ANDROID_CONTROL_AF_TRIGGER, kAfTriggerStart);
     Stream(2, idle.get(), {0}, false);
     Stream(1, trigger.get(), {0}, false);
     // Preview on until AE has converged and AF has locked, within a bound.
@@ -341,17 +416,22 @@ TEST_P(StillCapture, After3A) {
         Stream(1, idle.get(), {0}, false);
         Drain();
         for (const auto& f : frames_) {
-            int ae = GetU8(f.result.get(), ANDROID_CONTROL_AE_STATE, -1), af = GetU8(f.result.get(), ANDROID_CONTROL_AF_STATE, -1);
-            converged |= (ae == kAeStateConverged || ae == kAeStateFlashRequired || ae == kAeStateLocked) &&
-                         (af == kAfStateFocusedLocked || af == kAfStateNotFocusedLocked);
+            int aeState = GetU8(f.result.get(), ANDROID_CONTROL_AE_STATE, -1);
+            int afState = GetU8(f.result.get(), ANDROID_CONTROL_AF_STATE, -1);
+            bool aeDone = ae ? aeState == kAeStateConverged || aeState == kAeStateFlashRequired || aeState == kAeStateLocked
+                             : aeState == kAeStateInactive;
+            bool afDone = af ? afState == kAfStateFocusedLocked || afState == kAfStateNotFocusedLocked
+                             : afState == kAfStateInactive;
+            converged |= aeDone && afDone;
         }
     }
-    EXPECT_TRUE(converged) << "[rule 3a-converge] AE did not converge or AF did not lock after the triggers";
+    EXPECT_TRUE(converged) << Finding("3a-converge", std::string(ae ? "AE did not converge" : "AE not INACTIVE") + " or " +
+                                                         (af ? "AF did not lock" : "AF not INACTIVE") + " after the triggers");
     MetadataPtr still = Settings(CAMERA3_TEMPLATE_STILL_CAPTURE);
     ASSERT_EQ(GetU8(still.get(), ANDROID_CONTROL_CAPTURE_INTENT, -1), kIntent[CAMERA3_TEMPLATE_STILL_CAPTURE]);
     Stream(1, still.get(), {0, 1});
     Drain();
-    EXPECT_EQ(frames_fixture_->jpegs(), 1u) << "[rule jpeg-blob] the still capture gave no JPEG";
+    EXPECT_EQ(frames_fixture_->jpegs(), 1u) << Finding("jpeg-blob", "the still capture gave no JPEG");
 }
 
 class Recording : public CameraScenario {};
@@ -368,8 +448,9 @@ TEST_P(Recording, HoldsItsFrameRate) {
     StreamConfig video{};
     for (const auto& c : Sizes(kFormatImplementationDefined))
         if (c.minFrameNs <= targetNs) video = c;
-    ASSERT_GT(video.width, 0) << "[rule frame-rate] no video size reaches " << fps << " fps";
-    ASSERT_TRUE(Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}));
+    ASSERT_GT(video.width, 0) << Finding("frame-rate", "no video size reaches " + std::to_string(fps) + " fps");
+    if (!Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
+        return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_VIDEO_RECORD);
     int32_t range[2] = {fps, fps};
     Set(s, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, range, 2);
@@ -382,8 +463,9 @@ TEST_P(Recording, HoldsItsFrameRate) {
         int64_t interval = int64_t(frames_[i].shutterNs - frames_[i - 1].shutterNs);
         if (interval >= targetNs - slack && interval <= targetNs + slack) continue;
         ++outside;
-        ADD_FAILURE() << "[rule frame-rate] frames " << frames_[i - 1].frame << "-" << frames_[i].frame << ": interval "
-                      << interval / 1000 << " us, target " << targetNs / 1000 << " us +-" << options().rateTolerancePct << "%";
+        Record(Finding("frame-rate", "frames " + std::to_string(frames_[i - 1].frame) + "-" + std::to_string(frames_[i].frame) +
+                                         ": interval " + std::to_string(interval / 1000) + " us, target " +
+                                         std::to_string(targetNs / 1000) + " us +-" + std::to_string(options().rateTolerancePct) + "%"));
     }
     note_ = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
 }
@@ -394,18 +476,20 @@ TEST_P(TestPattern, ColorBars) {
     if (std::find(modes.data.i32, modes.data.i32 + modes.count, int32_t(kTestPatternColorBars)) == modes.data.i32 + modes.count)
         GTEST_SKIP() << "COLOR_BARS not in android.sensor.availableTestPatternModes";
     ASSERT_NO_FATAL_FAILURE(Open());
-    StreamConfig c = Sizes(kFormatYuv420).back();
-    ASSERT_TRUE(Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}}));
+    auto sizes = YuvSizes();
+    if (sizes.empty()) return;
+    StreamConfig c = sizes.back();
+    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     const int32_t mode = kTestPatternColorBars;
     Set(s, ANDROID_SENSOR_TEST_PATTERN_MODE, &mode, 1);
     Stream(3, s.get(), {0});
-    ASSERT_TRUE(Drain());
+    if (!Drain()) return;
     for (const auto& f : frames_)
         EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode)
-            << "[rule test-pattern] frame " << f.frame << ": the result does not echo the test pattern mode";
+            << Finding("test-pattern", "frame " + std::to_string(f.frame) + ": the result does not echo the test pattern mode");
     // Nothing was submitted after the last frame: its buffer still holds its picture.
-    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty());
+    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty()) << Finding("test-pattern", "no frame to look at");
     const GrallocBuffer* picture = streams_->pool(0).Find(frames_.back().buffers[0].handle);
     ASSERT_NE(picture, nullptr);
     ReportFailures(CheckColorBars(*picture));

@@ -37,18 +37,26 @@ protected:
     // Waits for every frame in flight; moves the finished frames into frames_
     // and the checker's failures into the test. False on a time-out.
     bool Drain();
-    // Flushes, drains and closes; then no callback may arrive.
+    // Flushes (unless the device failed fatally), drains and closes; then
+    // no callback may arrive.
     void Close();
-    void ReportFailures(const std::vector<std::string>& failures);
+    // flush, held to its time bounds; the checker knows a flush is running.
+    int TimedFlush();
+    // Findings: failures fail the test, warnings go to the trace and summary.
+    void ReportFailures(const std::vector<std::string>& findings);
+    void Record(const std::string& finding) { ReportFailures({finding}); }
 
     // Output sizes of `format` the camera advertises, largest first.
     std::vector<StreamConfig> Sizes(int format) const;
+    // YUV_420_888 sizes; none is a finding (the scenario then ends).
+    std::vector<StreamConfig> YuvSizes();
 
     ModuleConnector& module_ = ModuleConnector::Get();
     std::string id_;
     camera_info info_{};
     const camera_metadata_t* static_ = nullptr;
     uint32_t partialCount_ = 1;
+    uint32_t frameCounterTag_ = 0;  // com.zelkov.sim.frameCounter, when the module declares it
     uint32_t blobBytes_ = 0;
     int64_t stallNs_ = 0;
     DeviceConnector* device_ = nullptr;
@@ -57,6 +65,8 @@ protected:
     std::unique_ptr<FrameFixture> frames_fixture_;
     std::vector<FrameRecord> frames_;
     std::string note_;  // extra text for the summary line
+    uint32_t warnings_ = 0;
+    bool initialized_ = false;
 };
 
 }  // namespace hal3_check

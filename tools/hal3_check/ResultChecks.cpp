@@ -1,0 +1,361 @@
+// The rules of results and notifications, applied on the checker thread with
+// the state lock held, in the order the device called back.
+
+#include "ResultChecker.h"
+
+#include "ResultEvent.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace hal3_check {
+
+namespace {
+
+std::string FrameText(uint32_t frame) { return "frame " + std::to_string(frame) + ": "; }
+
+}  // namespace
+
+ResultChecker::Entry* ResultChecker::Lookup(uint32_t frame, const char* what) {
+    auto it = inFlight_.find(frame);
+    if (it != inFlight_.end()) return &it->second;
+    Flag("frame-in-flight", std::string(what) + " for frame " + std::to_string(frame) +
+                                (done_.count(frame) ? ", which had already completed" : ", which was never submitted"));
+    return nullptr;
+}
+
+void ResultChecker::Handle(Event& e) {
+    switch (e.kind) {
+        case Event::kSubmit: {
+            Entry& entry = inFlight_[e.frame];
+            entry.submitNs = e.arrivalNs;
+            for (const auto& b : e.buffers) {
+                entry.buffers.push_back({b.stream, b.handle});
+                streamQueues_[b.stream].push_back(e.frame);
+            }
+            break;
+        }
+        case Event::kSubmitFailed: {
+            auto it = inFlight_.find(e.frame);
+            if (it == inFlight_.end()) break;
+            for (const auto& p : it->second.buffers) {
+                auto& q = streamQueues_[p.stream];
+                q.erase(std::remove(q.begin(), q.end(), e.frame), q.end());
+            }
+            inFlight_.erase(it);
+            break;
+        }
+        case Event::kResult: HandleResult(e); break;
+        case Event::kNotify: HandleNotify(e.msg); break;
+        case Event::kFlushBegin: flushing_ = true; break;
+        case Event::kFlushEnd: flushing_ = false; break;
+        case Event::kBarrier: break;
+    }
+}
+
+void ResultChecker::HandleResult(Event& e) {
+    if (e.nullResult) {
+        Flag("empty-result", "process_capture_result called with a null result");
+        return;
+    }
+    const std::string f = FrameText(e.frame);
+    if (deviceError_) Flag("after-error-device", f + "result after ERROR_DEVICE");
+    auto done = done_.find(e.frame);
+    if (done != done_.end() && done->second && e.metadata != nullptr) {
+        Flag("error-request-metadata", f + "result metadata after ERROR_REQUEST");
+        return;
+    }
+    if (done != done_.end() && !e.buffers.empty()) {
+        Flag("buffer-once", f + "buffer returned after the frame had completed");
+        return;
+    }
+    Entry* entry = Lookup(e.frame, "capture result");
+    if (entry == nullptr) return;
+    if (e.claimedBuffers > entry->buffers.size() || (e.claimedBuffers > 0 && !e.bufferArray))
+        Flag("result-buffer-count", f + "num_output_buffers " + std::to_string(e.claimedBuffers) +
+                                        (e.bufferArray ? "" : " with a null array") + ", the request had " +
+                                        std::to_string(entry->buffers.size()));
+    if (e.inputBuffer) Flag("input-buffer", f + "input buffer returned for a request without one");
+    if (e.malformedMetadata) Flag("result-structure", f + "malformed result metadata");
+    if (e.metadata == nullptr && !e.malformedMetadata && e.claimedBuffers == 0 && !e.inputBuffer)
+        Flag("empty-result", f + "result with nothing in it");
+    if (e.metadata != nullptr) HandleMetadata(e, *entry);
+    else if (e.partial != 0 && !e.malformedMetadata)
+        Flag("partial-without-metadata", f + "partial_result " + std::to_string(e.partial) + " without metadata");
+    for (const auto& b : e.buffers) HandleBuffer(e.frame, *entry, b);
+    MaybeComplete(e.frame, e.arrivalNs);
+}
+
+void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
+    const std::string f = FrameText(e.frame);
+    if (entry.errorRequest) {
+        Flag("error-request-metadata", f + "result metadata after ERROR_REQUEST");
+        return;
+    }
+    if (entry.errorResult) {
+        // The service drops metadata once the result is lost; an empty buffer says nothing.
+        if (get_camera_metadata_entry_count(e.metadata.get()) > 0)
+            Flag("error-result-metadata", f + "result metadata after ERROR_RESULT (ignored)");
+        return;
+    }
+    entry.anyMetadata = true;
+    if (e.partial < 1 || e.partial > limits_.partialCount) {
+        Flag("partial-range", f + "partial_result " + std::to_string(e.partial) + " outside 1.." +
+                                  std::to_string(limits_.partialCount));
+        return;
+    }
+    if (!entry.partials.insert(e.partial).second) {
+        Flag("partial-distinct", f + "partial " + std::to_string(e.partial) + " sent twice");
+        return;
+    }
+    for (uint32_t tag : Tags(e.metadata.get()))
+        if (!entry.keys.insert(tag).second) Flag("partial-key-once", f + TagName(tag) + " in two partial results");
+    int64_t sensorNs = GetI64(e.metadata.get(), ANDROID_SENSOR_TIMESTAMP, -1);
+    if (sensorNs >= 0) {
+        entry.sensorNs = sensorNs;
+        if (entry.shutter && uint64_t(sensorNs) != entry.shutterNs)
+            Flag("sensor-timestamp", f + "android.sensor.timestamp " + std::to_string(sensorNs) + " != shutter " +
+                                         std::to_string(entry.shutterNs));
+    }
+    int depth = GetU8(e.metadata.get(), ANDROID_REQUEST_PIPELINE_DEPTH, -1);
+    if (limits_.pipelineMaxDepth > 0 && depth > limits_.pipelineMaxDepth)
+        Flag("pipeline-depth", f + "android.request.pipelineDepth " + std::to_string(depth) + " above the maximum " +
+                                   std::to_string(limits_.pipelineMaxDepth));
+    MergeMetadata(entry, std::move(e.metadata));
+    if (e.partial == limits_.partialCount) {
+        entry.finalMetadata = true;
+        if (anyFinal_ && e.frame <= lastFinalFrame_)
+            Flag("final-result-order", f + "final result after frame " + std::to_string(lastFinalFrame_) + "'s");
+        anyFinal_ = true;
+        lastFinalFrame_ = std::max(lastFinalFrame_, e.frame);
+        if (entry.sensorNs < 0) Flag("sensor-timestamp-missing", f + "no android.sensor.timestamp in the result");
+    }
+}
+
+void ResultChecker::MergeMetadata(Entry& entry, MetadataPtr metadata) {
+    if (entry.result == nullptr) {
+        entry.result = std::move(metadata);
+        return;
+    }
+    MetadataPtr merged(allocate_camera_metadata(
+        get_camera_metadata_entry_count(entry.result.get()) + get_camera_metadata_entry_count(metadata.get()),
+        get_camera_metadata_data_count(entry.result.get()) + get_camera_metadata_data_count(metadata.get())));
+    append_camera_metadata(merged.get(), entry.result.get());
+    append_camera_metadata(merged.get(), metadata.get());
+    entry.result = std::move(merged);
+}
+
+void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b) {
+    const std::string f = FrameText(frame);
+    if (b.stream == nullptr || b.handle == nullptr) {
+        Flag("buffer-null", f + (b.stream == nullptr ? "returned buffer without a stream" : "returned buffer without a handle"));
+        return;
+    }
+    auto p = std::find_if(entry.buffers.begin(), entry.buffers.end(),
+                          [&](const Pending& x) { return x.stream == b.stream && x.handle == b.handle; });
+    if (p == entry.buffers.end()) {
+        Flag("buffer-once", f + "returned a buffer that was not in its request");
+        return;
+    }
+    if (p->returned) {
+        Flag("buffer-once", f + "buffer returned twice");
+        return;
+    }
+    p->returned = true;
+    p->status = b.status;
+    if (b.acquireFence != -1) Flag("buffer-acquire-fence", f + "acquire fence " + std::to_string(b.acquireFence) + ", not -1");
+    if (b.releaseFence != -1) WaitReleaseFence(f, b.releaseFence);
+    if (!BufferOrder(frame, *p, b))
+        Flag("buffer-fifo", f + "buffer came back after frame " + std::to_string(p->overtakenBy) + "'s on the same stream");
+    bool ok = b.status == CAMERA3_BUFFER_STATUS_OK;
+    if (ok && entry.errorRequest) Flag("error-request-buffer", f + "buffer returned OK after ERROR_REQUEST");
+    else if (ok && entry.errorBuffers.count(b.stream)) Flag("error-buffer-status", f + "buffer returned OK after ERROR_BUFFER");
+    if (inspector_) {
+        // The picture of a buffer that should have failed is not looked at.
+        ReturnedBuffer seen = b;
+        if (entry.errorRequest || entry.errorBuffers.count(b.stream)) seen.status = CAMERA3_BUFFER_STATUS_ERROR;
+        std::string failure = inspector_(frame, seen);
+        if (!failure.empty()) FailLocked(failure);
+    }
+}
+
+// Marks the earlier frames this buffer overtook on its stream; false when a
+// later frame's buffer of the stream had overtaken this one. Error buffers
+// returned while the device flushes are out of the order.
+bool ResultChecker::BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer& b) {
+    auto& q = streamQueues_[b.stream];
+    auto mine = std::find(q.begin(), q.end(), frame);
+    bool exempt = flushing_ && b.status != CAMERA3_BUFFER_STATUS_OK;
+    for (auto it = q.begin(); it != mine && !exempt; ++it) {
+        auto earlier = inFlight_.find(*it);
+        if (earlier == inFlight_.end()) continue;
+        for (auto& other : earlier->second.buffers)
+            if (other.stream == b.stream && !other.returned && other.overtakenBy == 0) other.overtakenBy = frame;
+    }
+    if (mine != q.end()) q.erase(mine);
+    return exempt || p.overtakenBy == 0;
+}
+
+// The service waits on a release fence before the consumer sees the buffer,
+// then closes it (a fence always reaches it as its own copy, through binder).
+void ResultChecker::WaitReleaseFence(const std::string& f, int fence) {
+    if (fence <= STDERR_FILENO) {  // not the device's to hand over: left open
+        Flag("release-fence", f + "release fence " + std::to_string(fence) + " is a standard stream");
+        return;
+    }
+    pollfd pfd{fence, POLLIN, 0};
+    int bound = int(std::min<int64_t>(limits_.stallNs / 1000000, 10000));
+    int rc = poll(&pfd, 1, bound);
+    if (rc > 0 && (pfd.revents & POLLNVAL)) {
+        Flag("release-fence", f + "release fence " + std::to_string(fence) + " is not an open file descriptor");
+        return;
+    }
+    if (rc == 0) Flag("release-fence", f + "release fence not signalled within " + std::to_string(bound) + " ms");
+    close(fence);
+}
+
+void ResultChecker::HandleNotify(const camera3_notify_msg_t& msg) {
+    if (deviceError_) Flag("after-error-device", "notify after ERROR_DEVICE");
+    if (msg.type == CAMERA3_MSG_SHUTTER) HandleShutter(msg.message.shutter);
+    else if (msg.type == CAMERA3_MSG_ERROR) HandleError(msg.message.error);
+    else Flag("notify-type", "unknown notify type " + std::to_string(msg.type));
+}
+
+void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
+    uint32_t frame = shutter.frame_number;
+    uint64_t ts = shutter.timestamp;
+    const std::string f = FrameText(frame);
+    Entry* entry = Lookup(frame, "shutter");
+    if (entry == nullptr) return;
+    if (entry->shutter) {
+        Flag("shutter-once", f + "second shutter");
+        return;
+    }
+    if (entry->errorRequest) Flag("error-request-shutter", f + "shutter after ERROR_REQUEST");
+    if (anyShutter_ && frame <= lastShutterFrame_)
+        Flag("shutter-order", f + "shutter after frame " + std::to_string(lastShutterFrame_) + "'s");
+    if (anyShutter_ && ts <= lastShutterNs_)
+        Flag("shutter-timestamp-order", f + "timestamp " + std::to_string(ts) + " does not rise");
+    if (entry->sensorNs >= 0 && uint64_t(entry->sensorNs) != ts)
+        Flag("sensor-timestamp", f + "shutter " + std::to_string(ts) + " != android.sensor.timestamp " +
+                                     std::to_string(entry->sensorNs));
+    anyShutter_ = true;
+    lastShutterFrame_ = std::max(lastShutterFrame_, frame);
+    lastShutterNs_ = std::max(lastShutterNs_, ts);
+    entry->shutter = true;
+    entry->shutterNs = ts;
+    MaybeComplete(frame, NowNs());
+}
+
+void ResultChecker::HandleError(const camera3_error_msg_t& err) {
+    const std::string f = FrameText(err.frame_number);
+    if (err.error_code < CAMERA3_MSG_ERROR_DEVICE || err.error_code > CAMERA3_MSG_ERROR_BUFFER) {
+        Flag("notify-type", f + "unknown error code " + std::to_string(err.error_code));
+        return;
+    }
+    if (err.error_code != CAMERA3_MSG_ERROR_BUFFER && err.error_stream != nullptr)
+        Flag("error-stream", f + "error " + std::to_string(err.error_code) + " names a stream");
+    if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
+        Flag("error-device", "the device reported ERROR_DEVICE");
+        deviceError_ = true;
+        return;
+    }
+    Entry* entry = Lookup(err.frame_number, "error notify");
+    if (entry == nullptr) return;
+    switch (err.error_code) {
+        case CAMERA3_MSG_ERROR_REQUEST:
+            if (entry->errorRequest) {
+                Flag("error-notify-repeat", f + "second ERROR_REQUEST");
+                return;
+            }
+            if (entry->anyMetadata) Flag("error-request-metadata", f + "ERROR_REQUEST after result metadata");
+            for (const Pending& p : entry->buffers)
+                if (p.returned && p.status == CAMERA3_BUFFER_STATUS_OK)
+                    Flag("error-request-buffer", f + "ERROR_REQUEST after a buffer came back OK");
+            entry->errorRequest = true;
+            ++errorFrames_;
+            break;
+        case CAMERA3_MSG_ERROR_RESULT:
+            if (entry->errorResult) {
+                Flag("error-notify-repeat", f + "second ERROR_RESULT");
+                return;
+            }
+            if (entry->finalMetadata) Flag("error-result-late", f + "ERROR_RESULT after the final result");
+            entry->errorResult = true;
+            ++errorFrames_;
+            break;
+        case CAMERA3_MSG_ERROR_BUFFER: {
+            auto p = std::find_if(entry->buffers.begin(), entry->buffers.end(),
+                                  [&](const Pending& x) { return x.stream == err.error_stream; });
+            if (p == entry->buffers.end()) {
+                Flag("error-stream", f + "ERROR_BUFFER for a stream not in the request");
+                return;
+            }
+            if (!entry->errorBuffers.insert(err.error_stream).second) {
+                Flag("error-notify-repeat", f + "second ERROR_BUFFER for a stream");
+                return;
+            }
+            if (p->returned && p->status == CAMERA3_BUFFER_STATUS_OK)
+                Flag("error-buffer-status", f + "ERROR_BUFFER for a buffer that came back OK");
+            break;
+        }
+    }
+    MaybeComplete(err.frame_number, NowNs());
+}
+
+void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
+    auto it = inFlight_.find(frame);
+    if (it == inFlight_.end()) return;
+    Entry& entry = it->second;
+    bool buffersBack = std::all_of(entry.buffers.begin(), entry.buffers.end(), [](const Pending& p) { return p.returned; });
+    bool metadataDone = entry.finalMetadata || entry.errorRequest || entry.errorResult;
+    if (!buffersBack || !metadataDone || !(entry.shutter || entry.errorRequest)) return;
+    // The frame ends here: an error buffer must have been reported by now.
+    for (const Pending& p : entry.buffers)
+        if (p.status != CAMERA3_BUFFER_STATUS_OK && !entry.errorRequest && !entry.errorBuffers.count(p.stream))
+            Flag("error-buffer-notify", FrameText(frame) + "buffer in error with no ERROR_BUFFER or ERROR_REQUEST");
+    FrameRecord record;
+    record.frame = frame;
+    record.submitNs = entry.submitNs;
+    record.doneNs = arrivalNs;
+    record.shutterNs = entry.shutterNs;
+    record.errorRequest = entry.errorRequest;
+    record.errorResult = entry.errorResult;
+    record.result = std::move(entry.result);
+    for (const auto& p : entry.buffers) record.buffers.push_back({p.stream, p.handle, p.status});
+    if (trace_) {
+        std::ostringstream line;
+        line << "frame " << frame << " shutter=" << entry.shutterNs << " partials=" << entry.partials.size()
+             << " buffers=" << entry.buffers.size() << " latency_us=" << (arrivalNs - entry.submitNs) / 1000
+             << (entry.errorRequest ? " ERROR_REQUEST" : "") << (entry.errorResult ? " ERROR_RESULT" : "")
+             << (entry.errorBuffers.empty() ? "" : " ERROR_BUFFER");
+        trace_(line.str());
+    }
+    completed_.push_back(std::move(record));
+    done_[frame] = entry.errorRequest;
+    inFlight_.erase(it);
+}
+
+void ResultChecker::ExplainStall() {
+    bool unexplained = false;
+    for (const auto& [frame, entry] : inFlight_) {
+        if (!stallExplained_.insert(frame).second) continue;
+        bool lost = false;
+        for (const auto& p : entry.buffers)
+            if (!p.returned && p.overtakenBy != 0) {
+                lost = true;
+                Flag("buffer-returned", FrameText(frame) + "a buffer never came back, though frame " +
+                                            std::to_string(p.overtakenBy) + "'s on the same stream did");
+            }
+        unexplained |= !lost;
+    }
+    if (unexplained)
+        Flag("result-timeout", "nothing arrived for " + std::to_string(limits_.stallNs / 1000000) + " ms with " +
+                                   std::to_string(inFlight_.size()) + " frame(s) in flight");
+    if (trace_) trace_("in-flight table at the time-out:\n" + InFlightTableLocked());
+}
+
+}  // namespace hal3_check
