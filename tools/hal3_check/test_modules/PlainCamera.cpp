@@ -263,7 +263,9 @@ private:
         streams_.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             camera3_stream_t* s = config->streams[i];
-            s->usage = kProducerUsage;  // ours only: the framework adds the consumer's
+            // Ours only: the framework adds the consumer's. A rogue keeps them as
+            // well, so that its runs reach its fault on a checker still expecting them.
+            s->usage = rogue_.empty() ? kProducerUsage : s->usage | kProducerUsage;
             s->max_buffers = kMaxBuffers;
             streams_.push_back(s);
         }
