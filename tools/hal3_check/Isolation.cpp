@@ -52,6 +52,7 @@ void ResetPage() {
     p.sinceNs.store(0);
     p.callback.store(0);
     p.signal.store(0);
+    p.finished.store(0);
     p.tableBytes.store(0);
     p.logBytes.store(0);
 }
@@ -62,8 +63,8 @@ void Record(const std::string& record) {
     std::lock_guard<std::mutex> lock(mutex);
     WatchPage& p = Page();
     uint32_t at = p.logBytes.load();
+    if (at + 1 >= sizeof p.log) return;  // full: later findings are lost, not the run
     size_t n = std::min(record.size(), sizeof p.log - at - 1);
-    if (at + 1 >= sizeof p.log) return;
     memcpy(p.log + at, record.data(), n);
     p.log[at + n] = '\0';
     p.logBytes.store(uint32_t(at + n + 1));
@@ -187,13 +188,12 @@ ChildEnd Watch(pid_t pid) {
         usleep(10000);
     }
     end.records = Records();
-    end.finished = !end.timedOut && !end.records.empty() && end.records.back() == "D";
+    end.finished = !end.timedOut && p.finished.load() != 0;
     if (!end.timedOut) end.call = HalCall(p.call.load());
     end.callback = HalCall(p.callback.load());
     end.signal = p.signal.load();
     if (end.signal == 0 && WIFSIGNALED(status)) end.signal = WTERMSIG(status);
     if (WIFEXITED(status)) end.exitCode = WEXITSTATUS(status);
-    if (!end.finished && !end.timedOut && end.signal == 0 && end.exitCode == 0) end.exitCode = -1;
     uint32_t n = std::min<uint32_t>(p.tableBytes.load(), sizeof p.table);
     end.table.assign(p.table, n);
     return end;
@@ -201,7 +201,7 @@ ChildEnd Watch(pid_t pid) {
 
 // Child end: what has been recorded stays for the parent.
 [[noreturn]] void EndChild() {
-    Record("D");
+    Page().finished.store(1);
     fflush(stdout);
     fflush(stderr);
     _exit(0);
@@ -286,21 +286,28 @@ private:
 
     // Turns what the child recorded, and how it ended, into this test's result.
     void Replay(const ChildEnd& end, const ::testing::TestInfo& test) {
-        std::vector<std::vector<std::string>> parts;
-        for (const auto& r : end.records)
-            if (r[0] == 'P') parts.push_back(Split(r.substr(1)));
-        bool failed = !end.finished;
-        for (const auto& f : parts) failed |= f.size() == 4 && std::stoi(f[0]) != int(::testing::TestPartResult::kSkip);
+        using Part = ::testing::TestPartResult;
+        struct Recorded {
+            Part::Type type;
+            int line;
+            std::string file, message;
+        };
+        std::vector<Recorded> parts;
+        for (const auto& r : end.records) {
+            std::vector<std::string> f = Split(r.substr(1));
+            if (r[0] == 'P' && f.size() == 4) parts.push_back({Part::Type(std::stoi(f[0])), std::stoi(f[1]), f[2], f[3]});
+        }
         size_t lastFailure = parts.size();
-        for (size_t i = 0; i < parts.size(); ++i)
-            if (parts[i].size() == 4 && std::stoi(parts[i][0]) != int(::testing::TestPartResult::kSkip)) lastFailure = i;
+        bool skipped = false;
         for (size_t i = 0; i < parts.size(); ++i) {
-            if (parts[i].size() != 4) continue;
-            auto type = ::testing::TestPartResult::Type(std::stoi(parts[i][0]));
+            if (parts[i].type == Part::kNonFatalFailure || parts[i].type == Part::kFatalFailure) lastFailure = i;
+            skipped |= parts[i].type == Part::kSkip;
+        }
+        bool failed = !end.finished || lastFailure < parts.size();
+        for (size_t i = 0; i < parts.size(); ++i) {
             // A fatal failure keeps gtest from running the test again here.
-            if (i == lastFailure && end.finished) type = ::testing::TestPartResult::kFatalFailure;
-            const std::string& file = parts[i][2];
-            AddPart(type, file.empty() ? nullptr : file.c_str(), std::stoi(parts[i][1]), parts[i][3]);
+            Part::Type type = i == lastFailure && end.finished ? Part::kFatalFailure : parts[i].type;
+            AddPart(type, parts[i].file.empty() ? nullptr : parts[i].file.c_str(), parts[i].line, parts[i].message);
         }
         std::string camera = test.value_param() ? test.value_param() : "";
         camera.erase(std::remove(camera.begin(), camera.end(), '"'), camera.end());
@@ -313,7 +320,7 @@ private:
             snprintf(line, sizeof line, "hal3_check: camera %s %-22s FAIL %s", camera.c_str(), suite.c_str(),
                      finding.c_str());
             Report::Get().Summary(line);
-        } else if (!failed && parts.empty()) {
+        } else if (!failed && !skipped) {
             markingRanElsewhere_ = true;
             AddPart(::testing::TestPartResult::kSkip, nullptr, -1, "ran in its own process");
             markingRanElsewhere_ = false;

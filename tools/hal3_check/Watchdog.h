@@ -25,6 +25,7 @@ struct WatchPage {
     std::atomic<int64_t> sinceNs;   // CLOCK_MONOTONIC when it began
     std::atomic<int32_t> callback;  // HalCall of the callback being handled
     std::atomic<int32_t> signal;    // the fatal signal caught, or 0
+    std::atomic<int32_t> finished;  // the process ran to its end
     std::atomic<uint32_t> tableBytes;
     char table[32 * 1024];
     std::atomic<uint32_t> logBytes;  // records appended by the scenario
