@@ -178,12 +178,13 @@ ChildEnd Watch(pid_t pid) {
             break;
         }
         auto call = HalCall(p.call.load());
-        if (call != HalCall::kNone && MonotonicNs() - p.sinceNs.load() > boundNs) {
+        if (!end.timedOut && call != HalCall::kNone && MonotonicNs() - p.sinceNs.load() > boundNs) {
             end.timedOut = true;
             end.call = call;
-            kill(pid, SIGKILL);  // the call's thread is stuck: the process cannot go on
-            waitpid(pid, &status, 0);
-            break;
+            // The call's thread is stuck: the process cannot go on. It is
+            // reaped by the polling above (a blocking wait for a killed child
+            // does not return under qemu user emulation).
+            kill(pid, SIGKILL);
         }
         usleep(10000);
     }
