@@ -96,7 +96,8 @@ struct sigaction g_previous[sizeof kFatalSignals / sizeof kFatalSignals[0]];
 // Notes the signal for the parent, then lets the handler before it (a
 // sanitizer's report, or the default action) end the process.
 void OnFatalSignal(int signal, siginfo_t* info, void* context) {
-    Page().signal.store(signal);
+    int32_t none = 0;  // the first one: a sanitizer's report of it may end in abort()
+    Page().signal.compare_exchange_strong(none, signal);
     for (size_t i = 0; i < sizeof kFatalSignals / sizeof kFatalSignals[0]; ++i) {
         if (kFatalSignals[i] != signal) continue;
         const struct sigaction& prev = g_previous[i];
