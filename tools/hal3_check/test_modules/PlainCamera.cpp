@@ -8,6 +8,8 @@
 //   crash_request  process_capture_request dies of SIGSEGV
 //   hang_flush     flush never returns (from the first flush on)
 //   lying_count    a result claims 50 output buffers with an array of 1
+//   old_device     the device it opens says API 3.1
+//   late_callback  a shutter while close runs, and another just after it returned
 #include <hardware/camera3.h>
 #include <system/camera_metadata.h>
 #include <ui/GraphicBufferMapper.h>
@@ -224,14 +226,14 @@ struct Request {
 class Camera {
 public:
     Camera(const hw_module_t* module) {
+        const char* rogue = getenv("PLAIN_CAMERA_ROGUE");
+        rogue_ = rogue ? rogue : "";
         device_.common.tag = HARDWARE_DEVICE_TAG;
-        device_.common.version = CAMERA_DEVICE_API_VERSION_3_5;
+        device_.common.version = rogue_ == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
         device_.common.module = const_cast<hw_module_t*>(module);
         device_.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
         device_.ops = &kOps;
         device_.priv = this;
-        const char* rogue = getenv("PLAIN_CAMERA_ROGUE");
-        rogue_ = rogue ? rogue : "";
     }
     camera3_device_t* device() { return &device_; }
 
@@ -313,6 +315,16 @@ private:
             cv_.notify_all();
         }
         if (worker_.joinable()) worker_.join();
+        if (rogue_ == "late_callback" && callbacks_ != nullptr) {
+            camera3_notify_msg_t shutter{};
+            shutter.type = CAMERA3_MSG_SHUTTER;
+            shutter.message.shutter = {lastFrame_, uint64_t(NowNs())};
+            callbacks_->notify(callbacks_, &shutter);
+            std::thread([callbacks = callbacks_, shutter] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                callbacks->notify(callbacks, &shutter);
+            }).detach();
+        }
         delete this;
         std::lock_guard<std::mutex> lock(g_openMutex);
         g_open = false;
@@ -378,6 +390,7 @@ private:
         shutter.type = CAMERA3_MSG_SHUTTER;
         shutter.message.shutter = {r.frame, timestampNs};
         callbacks_->notify(callbacks_, &shutter);
+        lastFrame_ = r.frame;
     }
 
     static camera3_device_ops_t kOps;
@@ -392,6 +405,7 @@ private:
     Metadata lastSettings_;
     std::deque<Request> queue_;
     bool busy_ = false, stop_ = false;
+    uint32_t lastFrame_ = 0;  // of the worker
     std::thread worker_;
 };
 
