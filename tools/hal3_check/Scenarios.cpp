@@ -40,8 +40,8 @@ void CameraScenario::TearDown() {
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     char line[512];
     snprintf(line, sizeof line, "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s",
-             id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : IsSkipped() ? "SKIP" : "PASS", frames_.size(), errors, pct(0.5),
-             pct(0.99), note_.empty() ? "" : " ", note_.c_str());
+             id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : IsSkipped() ? "SKIP" : "PASS",
+             frames_.size(), errors, pct(0.5), pct(0.99), note_.empty() ? "" : " ", note_.c_str());
     Report::Get().Summary(line);
 }
 
