@@ -18,13 +18,14 @@
 #include <memory>
 #include <mutex>
 
-// gtest keeps a test's results private; its own runner clears them through
-// this friend. A scenario that passed in its child passes here only once the
-// marker that kept the parent from running it is gone.
+// gtest keeps a test's results private to its runner and this friend. A
+// scenario that passed in its child passes here only once the marker that
+// kept the parent from running it is gone, and it took the child's time.
 namespace testing::internal {
 class TestResultAccessor {
 public:
     static void ClearTestPartResults(TestResult* result) { result->ClearTestPartResults(); }
+    static void SetElapsedTime(TestResult* result, TimeInMillis ms) { result->set_elapsed_time(ms); }
 };
 }  // namespace testing::internal
 
@@ -150,6 +151,7 @@ struct ChildEnd {
     HalCall call = HalCall::kNone, callback = HalCall::kNone;
     std::vector<std::string> records;
     std::string table;
+    int64_t elapsedMs = 0;
 
     std::string Finding() const {
         if (timedOut)
@@ -170,6 +172,7 @@ ChildEnd Watch(pid_t pid) {
     WatchPage& p = Page();
     const int64_t boundNs = int64_t(HalCallBoundMs()) * 1000000;
     ChildEnd end;
+    const int64_t startNs = MonotonicNs();
     int status = 0;
     for (;;) {
         pid_t r = waitpid(pid, &status, WNOHANG);
@@ -189,6 +192,7 @@ ChildEnd Watch(pid_t pid) {
         }
         usleep(10000);
     }
+    end.elapsedMs = (MonotonicNs() - startNs) / 1000000;
     end.records = Records();
     end.finished = !end.timedOut && p.finished.load() != 0;
     if (!end.timedOut) end.call = HalCall(p.call.load());
@@ -248,7 +252,9 @@ public:
             AddPart(::testing::TestPartResult::kFatalFailure, nullptr, -1, std::string("fork: ") + strerror(errno));
             return;
         }
-        Replay(Watch(pid), test);
+        ChildEnd end = Watch(pid);
+        elapsedMs_ = end.elapsedMs;
+        Replay(end, test);
     }
 
     void OnTestPartResult(const ::testing::TestPartResult& part) override {
@@ -264,7 +270,9 @@ public:
     void OnTestEnd(const ::testing::TestInfo& test) override {
         if (child_) EndChild();
         auto* result = const_cast<::testing::TestResult*>(test.result());
-        if (ranElsewhere_) ::testing::internal::TestResultAccessor::ClearTestPartResults(result);
+        using Accessor = ::testing::internal::TestResultAccessor;
+        if (ranElsewhere_) Accessor::ClearTestPartResults(result);
+        Accessor::SetElapsedTime(result, elapsedMs_);
         ranElsewhere_ = false;
         totals_.runs++;
         if (result->Failed()) totals_.failed++;
@@ -339,6 +347,7 @@ private:
     std::unique_ptr<::testing::TestEventListener> printer_;
     bool child_ = false;  // in a scenario's process: the parent prints
     bool ranElsewhere_ = false, markingRanElsewhere_ = false;
+    int64_t elapsedMs_ = 0;  // of the scenario's child
     RunTotals totals_;
 };
 
