@@ -389,7 +389,9 @@ int FindCameras(std::string* error, std::vector<std::string>* warnings) {
         if (r[0] == 'W') warnings->push_back(r.substr(1));
         if (r[0] == 'N') count = atoi(r.c_str() + 1);
     }
-    if (error->empty() && count < 0) *error = "[rule module-cameras] get_number_of_cameras returned " + std::to_string(count);
+    constexpr int kMaxCameras = 256;  // a count beyond is a lie, not a phone
+    if (error->empty() && (count < 0 || count > kMaxCameras))
+        *error = "[rule module-cameras] get_number_of_cameras returned " + std::to_string(count);
     return error->empty() ? count : -1;
 }
 

@@ -30,7 +30,12 @@ std::string ModuleConnector::Load(const std::string& path) {
     }
     if (common->tag != HARDWARE_MODULE_TAG || common->id == nullptr || strcmp(common->id, CAMERA_HARDWARE_MODULE_ID) != 0)
         return "[rule module-record] the module record is not a camera module";
-    module_ = reinterpret_cast<const camera_module_t*>(common);
+    auto module = reinterpret_cast<const camera_module_t*>(common);
+    if (common->methods == nullptr || common->methods->open == nullptr)
+        return "[rule module-record] the module record has no open method";
+    if (module->get_number_of_cameras == nullptr || module->get_camera_info == nullptr)
+        return "[rule module-record] the module lacks get_number_of_cameras or get_camera_info";
+    module_ = module;
     return "";
 }
 
