@@ -1,13 +1,16 @@
 #pragma once
 // One open camera device, driven through camera3_device_ops as the camera
-// service drives it. Its callbacks copy into the attached ResultChecker and
-// return; a callback after close() is a failure of its own.
+// service drives it. Every call into the device is marked for the watchdog.
+// Its callbacks copy into the attached ResultChecker and return; a callback
+// while or after close() runs is a failure of its own, and never reaches the
+// checker once close() has returned.
 
 #include "ResultChecker.h"
 
 #include <hardware/camera3.h>
 
 #include <atomic>
+#include <functional>
 #include <string>
 
 namespace hal3_check {
@@ -19,7 +22,12 @@ public:
     // Connectors outlive their device (a late callback must find one), so
     // they are made here and never freed.
     static DeviceConnector* Make();
+    // Where findings of the device's entry points go (the running scenario).
+    static void SetFindingSink(std::function<void(const std::string&)> sink);
 
+    // Opens camera `id`. A device the camera service would refuse (a null
+    // device or ops table, API below 3.2) is closed again with a finding,
+    // and the call returns -EINVAL.
     int Open(const ModuleConnector& module, const std::string& id);
     int Initialize();
     const camera_metadata_t* DefaultSettings(int templateType);
@@ -30,21 +38,28 @@ public:
     int Close();
     void Attach(ResultChecker* checker) { checker_.store(checker); }
     camera3_device_t* device() const { return device_; }
-    // Callbacks that came after close, and the first one's kind.
+    // Callbacks that came after close.
     int lateCallbacks() const { return late_.load(); }
 
 private:
     DeviceConnector();
     static DeviceConnector* Self(const camera3_callback_ops_t* ops);
-    bool Late();
+    static void Finding(const std::string& finding);
+    // Hands a callback to the checker unless the device is closed.
+    void Deliver(bool result, const std::function<void(ResultChecker*)>& deliver);
+    // The reason the camera service would refuse this device, or "".
+    std::string Refusal(const std::string& id) const;
+    // Keeps the checker's table for a report should the next call not return.
+    void SaveTable();
 
     struct Ops : camera3_callback_ops_t {
         DeviceConnector* self;
     } ops_{};
     camera3_device_t* device_ = nullptr;
     std::atomic<ResultChecker*> checker_{nullptr};
-    std::atomic<bool> closed_{false};
-    std::atomic<int> late_{0};
+    std::atomic<bool> closing_{false}, closed_{false};
+    std::atomic<int> active_{0};        // callbacks inside the checker now
+    std::atomic<int> duringClose_{0}, late_{0};
 };
 
 }  // namespace hal3_check

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include "Metadata.h"
 
 #include "Rules.h"
@@ -183,10 +184,10 @@ std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int fac
     return f.list;
 }
 
-std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* m, int templateType) {
+std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* m, int templateType, bool required) {
     Failures f;
     std::string t = "template " + std::to_string(templateType) + ": ";
-    f("default-settings", m != nullptr, t + "no settings");
+    f("default-settings", m != nullptr || !required, t + "no settings");
     if (m == nullptr) return f.list;
     f("default-settings", validate_camera_metadata_structure(m, nullptr) == 0, t + "malformed settings");
     if (!f.list.empty()) return f.list;
@@ -198,6 +199,11 @@ std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* m, int te
       t + "AE precapture trigger not idle");
     f("default-triggers", GetU8(m, ANDROID_CONTROL_AF_TRIGGER, 0) == kAfTriggerIdle, t + "AF trigger not idle");
     return f.list;
+}
+
+bool HasCapability(const camera_metadata_t* staticInfo, uint8_t capability) {
+    camera_metadata_ro_entry_t e = Find(staticInfo, ANDROID_REQUEST_AVAILABLE_CAPABILITIES);
+    return std::find(e.data.u8, e.data.u8 + e.count, capability) != e.data.u8 + e.count;
 }
 
 }  // namespace hal3_check

@@ -24,7 +24,8 @@ enum : uint8_t {
     kAfModeAuto = 1,
     kAeStateInactive = 0, kAeStateConverged = 2, kAeStateFlashRequired = 4, kAeStateLocked = 3,
     kAfStateInactive = 0, kAfStateFocusedLocked = 4, kAfStateNotFocusedLocked = 5,
-    kCapabilityBackwardCompatible = 0,
+    kCapabilityBackwardCompatible = 0, kCapabilityManualSensor = 1, kCapabilityPrivateReprocessing = 4,
+    kCapabilityYuvReprocessing = 7,
     kTestPatternOff = 0, kTestPatternColorBars = 2,
 };
 constexpr int32_t kStreamOutput = 0;  // direction in the stream configuration table
@@ -52,7 +53,10 @@ std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* staticInfo);
 
 // Failures, each "[rule <id>] what", of the static metadata of one camera.
 std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* staticInfo, int facing, int orientation);
-// Failures of the default settings of one template.
-std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* settings, int templateType);
+// Failures of the default settings of one template; an optional template
+// (one whose capability the camera lacks) may answer null.
+std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* settings, int templateType, bool required);
+// Whether android.request.availableCapabilities lists `capability`.
+bool HasCapability(const camera_metadata_t* staticInfo, uint8_t capability);
 
 }  // namespace hal3_check

@@ -49,7 +49,7 @@ struct FrameRecord {
     uint32_t frame = 0;
     int64_t submitNs = 0, doneNs = 0;
     uint64_t shutterNs = 0;
-    bool errorRequest = false, errorResult = false;
+    bool errorRequest = false, errorResult = false, errorBuffer = false;
     MetadataPtr result;  // every partial merged; null when none came
     std::vector<ReturnedBuffer> buffers;
 };

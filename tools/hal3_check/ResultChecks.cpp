@@ -300,6 +300,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
             }
             if (p->returned && p->status == CAMERA3_BUFFER_STATUS_OK)
                 Flag("error-buffer-status", f + "ERROR_BUFFER for a buffer that came back OK");
+            if (entry->errorBuffers.size() == 1 && !entry->errorRequest && !entry->errorResult) ++errorFrames_;
             break;
         }
     }
@@ -324,6 +325,7 @@ void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
     record.shutterNs = entry.shutterNs;
     record.errorRequest = entry.errorRequest;
     record.errorResult = entry.errorResult;
+    record.errorBuffer = !entry.errorBuffers.empty();
     record.result = std::move(entry.result);
     for (const auto& p : entry.buffers) record.buffers.push_back({p.stream, p.handle, p.status});
     if (trace_) {

@@ -15,6 +15,8 @@ const std::vector<Rule> kRules = {
     // Module and device
     {"module-record", M, "hardware.h: HAL_MODULE_INFO_SYM is a camera_module_t with tag HARDWARE_MODULE_TAG",
      "the module record is a camera module"},
+    {"module-cameras", M, "camera_common.h get_number_of_cameras: the count of fixed cameras, 0 or more",
+     "the module reports between 0 and 256 cameras"},
     {"module-init", M, "camera_common.h camera_module_t.init: the provider calls it once and fails on an error",
      "init returns 0"},
     {"module-callbacks", M, "camera_common.h set_callbacks: the provider fails the module on an error",
@@ -33,7 +35,8 @@ const std::vector<Rule> kRules = {
     {"initialize", M, "camera3.h S2 step 3: initialize returns 0, else the service closes the device",
      "initialize returns 0"},
     {"default-settings", M, "camera3.h construct_default_request_settings: valid metadata for every template, NULL for an unknown one",
-     "settings of templates 1-6 are valid metadata; template 0 gives NULL"},
+     "settings of templates 1-4 are valid metadata, of ZSL (5) and MANUAL (6) too where a reprocessing or the "
+     "MANUAL_SENSOR capability requires them (CameraDevice); template 0 gives NULL"},
     {"default-intent", M, "camera3.h construct_default_request_settings: android.control.captureIntent matches the template",
      "the capture intent equals the template"},
     {"default-ae-on", M, "camera3.h S4: default templates other than MANUAL run AE", "AE mode is on"},

@@ -10,7 +10,6 @@ namespace hal3_check {
 
 std::vector<std::string> CameraIds() {
     std::vector<std::string> ids;
-    if (ModuleConnector::Get().module() == nullptr) return ids;
     int n = ModuleConnector::Get().NumberOfCameras();
     for (int i = 0; i < n; ++i)
         if (options().camera.empty() || options().camera == std::to_string(i)) ids.push_back(std::to_string(i));
@@ -42,7 +41,7 @@ void CameraScenario::TearDown() {
     std::vector<int64_t> latencies;
     uint32_t errors = 0;
     for (const auto& f : frames_) {
-        if (f.errorRequest || f.errorResult) ++errors;
+        if (f.errorRequest || f.errorResult || f.errorBuffer) ++errors;
         else latencies.push_back(f.doneNs - f.submitNs);
     }
     std::sort(latencies.begin(), latencies.end());
@@ -51,7 +50,7 @@ void CameraScenario::TearDown() {
     char line[512];
     std::string warned = warnings_ ? " warnings=" + std::to_string(warnings_) : "";
     snprintf(line, sizeof line, "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s%s",
-             id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : "PASS", frames_.size(), errors, pct(0.5),
+             id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : IsSkipped() ? "SKIP" : "PASS", frames_.size(), errors, pct(0.5),
              pct(0.99), note_.empty() ? "" : " ", note_.c_str(), warned.c_str());
     Report::Get().Summary(line);
 }
@@ -228,8 +227,15 @@ TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
     int rc = second->Open(module_, id_);
     if (rc == 0) Record(Finding("open-twice", "a second open of camera " + id_ + " succeeded"));
     if (rc == 0) second->Close();
-    for (int t = CAMERA3_TEMPLATE_PREVIEW; t <= CAMERA3_TEMPLATE_MANUAL; ++t)
-        ReportFailures(CheckDefaultSettings(device_->DefaultSettings(t), t));
+    // ZSL is required only with a reprocessing capability and MANUAL only with
+    // MANUAL_SENSOR (CameraDevice's template list); without them a null is a refusal.
+    const bool zsl = HasCapability(static_, kCapabilityPrivateReprocessing) ||
+                     HasCapability(static_, kCapabilityYuvReprocessing);
+    const bool manual = HasCapability(static_, kCapabilityManualSensor);
+    for (int t = CAMERA3_TEMPLATE_PREVIEW; t <= CAMERA3_TEMPLATE_MANUAL; ++t) {
+        bool required = t == CAMERA3_TEMPLATE_ZERO_SHUTTER_LAG ? zsl : t == CAMERA3_TEMPLATE_MANUAL ? manual : true;
+        ReportFailures(CheckDefaultSettings(device_->DefaultSettings(t), t, required));
+    }
     EXPECT_EQ(device_->DefaultSettings(0), nullptr) << Finding("default-settings", "template 0 gave settings");
     Close();
     ASSERT_NO_FATAL_FAILURE(Open());  // a closed camera opens again

@@ -1,58 +1,117 @@
-// hal3_check: plays the camera service against a camera HAL module.
-//   hal3_check [--module=<path>] [--camera=<id>] [--out=<dir>] [--frames=<n>]
-//              [--stall-ms=<ms>] [--rate-tolerance=<percent>] [--no-dump] [gtest flags]
+// hal3_check: plays the camera service against a camera HAL module, each
+// scenario in a process of its own (see Isolation.h).
+#include "DeviceConnector.h"
+#include "Isolation.h"
 #include "ModuleConnector.h"
 #include "Report.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace {
 
+const char kUsage[] =
+    "usage: hal3_check [options] [gtest flags]\n"
+    "Plays Android's camera service against a camera HAL module; every scenario runs in a\n"
+    "process of its own, every call into the module under a watchdog.\n"
+    "  --module=<path>          the module to dlopen (default: hw_get_module(\"camera\"))\n"
+    "  --camera=<id>            only this camera (default: every camera of the module)\n"
+    "  --out=<dir>              trace, pictures, JPEGs, in-flight tables (default: hal3_check_out)\n"
+    "  --frames=<n>             frames per streaming scenario (default: 30)\n"
+    "  --stall-ms=<ms>          no progress for this long is a time-out (default: 2000); a single\n"
+    "                           call into the module may take max(5000, 2 x this)\n"
+    "  --rate-tolerance=<pct>   recording frame intervals may be off by this much (default: 20)\n"
+    "  --no-dump                write no frame pictures\n"
+    "  --help                   this text, then GoogleTest's own flags (--gtest_filter,\n"
+    "                           --gtest_repeat, --gtest_output=xml:<file>, ...)\n";
+
+// The value of `arg` when it is `name` + an integer within [min, max].
+bool Number(const std::string& arg, const char* name, long min, long max, int* out) {
+    std::string text = arg.substr(strlen(name));
+    char* end = nullptr;
+    errno = 0;
+    long v = strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || errno == ERANGE || v < min || v > max) {
+        fprintf(stderr, "hal3_check: %s: expected a whole number from %ld to %ld\n", arg.c_str(), min, max);
+        return false;
+    }
+    *out = int(v);
+    return true;
+}
+
 // Takes this tool's options out of argv; gtest sees the rest.
-bool ParseOptions(int* argc, char** argv) {
+bool ParseOptions(int* argc, char** argv, bool* help) {
     hal3_check::Options& o = hal3_check::options();
     int kept = 1;
-    for (int i = 1; i < *argc; ++i) {
+    bool ok = true;
+    for (int i = 1; i < *argc && ok; ++i) {
         std::string a = argv[i];
-        auto value = [&](const char* name) { return a.rfind(name, 0) == 0 ? a.substr(strlen(name)) : std::string(); };
-        if (a.rfind("--module=", 0) == 0) o.module = value("--module=");
-        else if (a.rfind("--camera=", 0) == 0) o.camera = value("--camera=");
-        else if (a.rfind("--out=", 0) == 0) o.out = value("--out=");
-        else if (a.rfind("--frames=", 0) == 0) o.frames = std::stoi(value("--frames="));
-        else if (a.rfind("--stall-ms=", 0) == 0) o.stallMs = std::stoi(value("--stall-ms="));
-        else if (a.rfind("--rate-tolerance=", 0) == 0) o.rateTolerancePct = std::stoi(value("--rate-tolerance="));
+        auto starts = [&](const char* name) { return a.rfind(name, 0) == 0; };
+        if (starts("--module=")) o.module = a.substr(9);
+        else if (starts("--camera=")) o.camera = a.substr(9);
+        else if (starts("--out=")) o.out = a.substr(6);
+        else if (starts("--frames=")) ok = Number(a, "--frames=", 1, 1000000, &o.frames);
+        else if (starts("--stall-ms=")) ok = Number(a, "--stall-ms=", 1, INT_MAX / 2, &o.stallMs);
+        else if (starts("--rate-tolerance=")) ok = Number(a, "--rate-tolerance=", 0, 100000, &o.rateTolerancePct);
         else if (a == "--no-dump") o.dumpFrames = false;
-        else if (a.rfind("--", 0) == 0 && a.rfind("--gtest_", 0) != 0 && a != "--help") {
-            fprintf(stderr, "hal3_check: unknown option %s\n", a.c_str());
-            return false;
+        else if (a == "--help" || a == "-h" || a == "-?") {
+            *help = true;
+            argv[kept++] = argv[i];
+        } else if (starts("--") && !starts("--gtest_")) {
+            fprintf(stderr, "hal3_check: unknown option %s (--help lists the options)\n", a.c_str());
+            ok = false;
         } else argv[kept++] = argv[i];
     }
     *argc = kept;
-    return o.frames > 0 && o.stallMs > 0;
+    return ok;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (!ParseOptions(&argc, argv)) return 2;
-    hal3_check::ModuleConnector& module = hal3_check::ModuleConnector::Get();
-    std::string err = module.Load(hal3_check::options().module);
-    if (err.empty()) err = module.Start();
-    if (!err.empty()) {
+    bool help = false;
+    if (!ParseOptions(&argc, argv, &help)) return 2;
+    if (help) {
+        fputs(kUsage, stdout);
+        fflush(stdout);
+        ::testing::InitGoogleTest(&argc, argv);  // prints its own flags
+        return 0;
+    }
+    const hal3_check::Options& o = hal3_check::options();
+    // The module is loaded only in children: this process stays free of it.
+    std::string err;
+    std::vector<std::string> warnings;
+    int cameras = hal3_check::FindCameras(&err, &warnings);
+    for (const auto& w : warnings) fprintf(stderr, "hal3_check: warning: %s\n", w.c_str());
+    if (cameras < 0) {
         fprintf(stderr, "hal3_check: %s\n", err.c_str());
         return 2;
     }
-    hal3_check::Report::Get().Open(hal3_check::options().out);
+    if (!o.camera.empty()) {
+        char* end = nullptr;
+        long id = strtol(o.camera.c_str(), &end, 10);
+        if (o.camera.empty() || *end != '\0' || id < 0 || id >= cameras || std::to_string(id) != o.camera) {
+            fprintf(stderr, "hal3_check: --camera=%s: the module has %d camera(s)%s\n", o.camera.c_str(), cameras,
+                    cameras > 0 ? (", ids 0 to " + std::to_string(cameras - 1)).c_str() : "");
+            return 2;
+        }
+    }
+    hal3_check::ModuleConnector::Get().SetNumberOfCameras(cameras);
+    hal3_check::Report::Get().Open(o.out);
+    hal3_check::DeviceConnector::SetFindingSink([](const std::string& f) { ADD_FAILURE() << f; });
     // Cameras are enumerated while gtest registers the scenarios.
     ::testing::InitGoogleTest(&argc, argv);
+    hal3_check::IsolateScenarios();
     int rc = RUN_ALL_TESTS();
-    const auto& report = hal3_check::Report::Get();
-    printf("hal3_check: %zu scenario run(s), %d failed; trace, frame pictures (%s) and JPEGs in %s\n",
-           report.summaries().size(), ::testing::UnitTest::GetInstance()->failed_test_count(),
-           hal3_check::Report::PngAvailable() ? "PNG" : "PNG not built", report.dir().c_str());
+    hal3_check::RunTotals t = hal3_check::Totals();
+    printf("hal3_check: %d scenario run(s), %d failed, %d skipped; trace, frame pictures (%s) and JPEGs in %s\n", t.runs,
+           t.failed, t.skipped, hal3_check::Report::PngAvailable() ? "PNG" : "PNG not built",
+           hal3_check::Report::Get().dir().c_str());
     return rc;
 }

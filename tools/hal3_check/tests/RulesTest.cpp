@@ -41,7 +41,7 @@ std::set<std::string> UsedIds(const std::string& text, bool faultList) {
         std::string line, fault, rule;
         std::getline(list, line);
         while (list >> fault >> rule)
-            if (rule != "-") ids.insert(rule);
+            if (rule != "-") ids.insert(rule.substr(rule.rfind(':') + 1));  // "warning:<id>" names a should rule
     }
     return ids;
 }

@@ -1,0 +1,462 @@
+// camera.plain.so: a small camera HAL module written from camera3.h alone,
+// to hold hal3_check to what Android allows rather than to what one camera
+// core does. It is legal but unusual: device API 3.5, one fixed-focus back
+// camera, one partial result, buffers and metadata returned before the
+// shutter, producer-only stream usage, no vendor tags, plain pictures.
+//
+// PLAIN_CAMERA_ROGUE turns it into a module that misbehaves once, at frame 3:
+//   crash_request  process_capture_request dies of SIGSEGV
+//   hang_flush     flush never returns (from the first flush on)
+//   lying_count    a result claims 50 output buffers with an array of 1
+//   old_device     the device it opens says API 3.1
+//   late_callback  a shutter while close runs, and another just after it returned
+#include <hardware/camera3.h>
+#include <system/camera_metadata.h>
+#include <ui/GraphicBufferMapper.h>
+
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int kYuv = 0x23, kPrivate = 0x22, kBlob = 0x21;
+constexpr uint64_t kProducerUsage = 0x20000 /* CAMERA_WRITE */ | 0x30 /* SW_WRITE_OFTEN */;
+constexpr int64_t kFrameNs = 33333333;  // 30 fps at every size
+constexpr uint32_t kMaxBuffers = 4;
+constexpr int32_t kJpegMaxSize = 300000;
+constexpr uint32_t kRogueFrame = 3;
+const int32_t kSizes[][2] = {{640, 480}, {320, 240}};
+
+struct MetadataDeleter {
+    void operator()(camera_metadata_t* m) const { free_camera_metadata(m); }
+};
+using Metadata = std::unique_ptr<camera_metadata_t, MetadataDeleter>;
+
+// Sets `tag`, growing the buffer when the entry does not fit.
+void Put(Metadata& m, uint32_t tag, const void* data, size_t count) {
+    camera_metadata_entry_t e;
+    if (find_camera_metadata_entry(m.get(), tag, &e) == 0) {
+        if (update_camera_metadata_entry(m.get(), e.index, data, count, nullptr) == 0) return;
+        delete_camera_metadata_entry(m.get(), e.index);
+    }
+    if (add_camera_metadata_entry(m.get(), tag, data, count) == 0) return;
+    Metadata bigger(allocate_camera_metadata(get_camera_metadata_entry_capacity(m.get()) * 2 + 8,
+                                             get_camera_metadata_data_capacity(m.get()) * 2 + count * 8 + 64));
+    append_camera_metadata(bigger.get(), m.get());
+    m = std::move(bigger);
+    add_camera_metadata_entry(m.get(), tag, data, count);
+}
+template <typename T>
+void Put(Metadata& m, uint32_t tag, std::initializer_list<T> values) {
+    Put(m, tag, values.begin(), values.size());
+}
+
+// Every tag present, as the int32 list the *_KEYS entries want.
+std::vector<int32_t> Tags(const camera_metadata_t* m) {
+    std::vector<int32_t> tags;
+    for (size_t i = 0; i < get_camera_metadata_entry_count(m); ++i) {
+        camera_metadata_entry_t e;
+        get_camera_metadata_entry(const_cast<camera_metadata_t*>(m), i, &e);
+        tags.push_back(int32_t(e.tag));
+    }
+    return tags;
+}
+
+const uint32_t kResultOnlyTags[] = {ANDROID_SENSOR_TIMESTAMP, ANDROID_CONTROL_AE_STATE, ANDROID_CONTROL_AF_STATE,
+                                    ANDROID_CONTROL_AWB_STATE, ANDROID_REQUEST_PIPELINE_DEPTH};
+
+Metadata Defaults(int type) {
+    Metadata m(allocate_camera_metadata(32, 512));
+    bool manual = type == CAMERA3_TEMPLATE_MANUAL;
+    Put<uint8_t>(m, ANDROID_CONTROL_CAPTURE_INTENT, {uint8_t(type)});
+    Put<uint8_t>(m, ANDROID_CONTROL_MODE, {uint8_t(manual ? 0 : 1)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AE_MODE, {uint8_t(manual ? 0 : 1)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, {uint8_t(0)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AF_TRIGGER, {uint8_t(0)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AWB_MODE, {uint8_t(1)});
+    bool video = type == CAMERA3_TEMPLATE_VIDEO_RECORD || type == CAMERA3_TEMPLATE_VIDEO_SNAPSHOT;
+    Put<int32_t>(m, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, {video ? 30 : 15, 30});
+    Put<uint8_t>(m, ANDROID_FLASH_MODE, {uint8_t(0)});
+    Put<int32_t>(m, ANDROID_SENSOR_TEST_PATTERN_MODE, {0});
+    Put<int64_t>(m, ANDROID_SENSOR_EXPOSURE_TIME, {int64_t(10000000)});
+    Put<int64_t>(m, ANDROID_SENSOR_FRAME_DURATION, {kFrameNs});
+    Put<int32_t>(m, ANDROID_SENSOR_SENSITIVITY, {100});
+    Put<uint8_t>(m, ANDROID_JPEG_QUALITY, {uint8_t(90)});
+    Put<int32_t>(m, ANDROID_JPEG_ORIENTATION, {0});
+    Put<int32_t>(m, ANDROID_JPEG_THUMBNAIL_SIZE, {0, 0});
+    return m;
+}
+
+Metadata Characteristics() {
+    Metadata m(allocate_camera_metadata(64, 4096));
+    Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {uint8_t(0)});  // LIMITED
+    Put<uint8_t>(m, ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {uint8_t(0)});  // BACKWARD_COMPATIBLE
+    Put<int32_t>(m, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {1});
+    Put<uint8_t>(m, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, {uint8_t(kMaxBuffers)});
+    Put<int32_t>(m, ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS, {0, 3, 1});
+    std::vector<int32_t> configs;
+    std::vector<int64_t> minFrame, stall;
+    for (int format : {kYuv, kPrivate, kBlob})
+        for (const auto& s : kSizes) {
+            if (format == kBlob && s[0] != kSizes[0][0]) continue;
+            configs.insert(configs.end(), {format, s[0], s[1], 0 /* OUTPUT */});
+            minFrame.insert(minFrame.end(), {format, s[0], s[1], kFrameNs});
+            stall.insert(stall.end(), {format, s[0], s[1], format == kBlob ? kFrameNs : 0});
+        }
+    Put(m, ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS, configs.data(), configs.size());
+    Put(m, ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS, minFrame.data(), minFrame.size());
+    Put(m, ANDROID_SCALER_AVAILABLE_STALL_DURATIONS, stall.data(), stall.size());
+    Put<float>(m, ANDROID_SCALER_AVAILABLE_MAX_DIGITAL_ZOOM, {1.0f});
+    Put<int32_t>(m, ANDROID_JPEG_MAX_SIZE, {kJpegMaxSize});
+    Put<int32_t>(m, ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES, {0, 0});
+    Put<uint8_t>(m, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, {uint8_t(0)});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, kSizes[0][0], kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {kSizes[0][0], kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_ORIENTATION, {90});
+    Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
+    Put<uint8_t>(m, ANDROID_LENS_FACING, {uint8_t(1)});                  // BACK
+    Put<float>(m, ANDROID_LENS_INFO_MINIMUM_FOCUS_DISTANCE, {0.0f});      // fixed focus
+    Put<uint8_t>(m, ANDROID_CONTROL_AF_AVAILABLE_MODES, {uint8_t(0)});   // OFF only
+    Put<uint8_t>(m, ANDROID_CONTROL_AE_AVAILABLE_MODES, {uint8_t(1)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AWB_AVAILABLE_MODES, {uint8_t(1)});
+    Put<uint8_t>(m, ANDROID_CONTROL_AVAILABLE_MODES, {uint8_t(0), uint8_t(1)});
+    Put<int32_t>(m, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30, 30, 30});
+    Put<int32_t>(m, ANDROID_CONTROL_MAX_REGIONS, {0, 0, 0});
+    Put<int32_t>(m, ANDROID_SYNC_MAX_LATENCY, {-1});  // UNKNOWN
+    Metadata defaults = Defaults(CAMERA3_TEMPLATE_PREVIEW);
+    std::vector<int32_t> requestKeys = Tags(defaults.get()), resultKeys = requestKeys;
+    for (uint32_t tag : kResultOnlyTags) resultKeys.push_back(int32_t(tag));
+    Put(m, ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS, requestKeys.data(), requestKeys.size());
+    Put(m, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS, resultKeys.data(), resultKeys.size());
+    std::vector<int32_t> keys = Tags(m.get());
+    keys.push_back(ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS);
+    Put(m, ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS, keys.data(), keys.size());
+    return m;
+}
+
+const camera_metadata_t* StaticInfo() {
+    static Metadata m = Characteristics();
+    return m.get();
+}
+
+// Luma of the picture: a dark top row over a horizontal ramp.
+uint8_t Luma(uint32_t x, uint32_t y, uint32_t width) { return y == 0 ? 16 : uint8_t(48 + x * 160 / width); }
+
+void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height) {
+    android_ycbcr p{};
+    const android::Rect bounds(static_cast<int>(width), static_cast<int>(height));
+    if (android::GraphicBufferMapper::get().lockYCbCr(handle, uint32_t(kProducerUsage), bounds, &p) != 0) return;
+    for (uint32_t y = 0; y < height; ++y)
+        for (uint32_t x = 0; x < width; ++x) static_cast<uint8_t*>(p.y)[y * p.ystride + x] = Luma(x, y, width);
+    for (uint32_t y = 0; y < height / 2; ++y)
+        for (uint32_t x = 0; x < width / 2; ++x) {
+            static_cast<uint8_t*>(p.cb)[y * p.cstride + x * p.chroma_step] = 128;
+            static_cast<uint8_t*>(p.cr)[y * p.cstride + x * p.chroma_step] = 128;
+        }
+    android::GraphicBufferMapper::get().unlock(handle);
+}
+
+// A JPEG of the same picture, then the camera3 blob trailer at the buffer's end.
+void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
+    jpeg_compress_struct c{};
+    jpeg_error_mgr err{};
+    c.err = jpeg_std_error(&err);
+    jpeg_create_compress(&c);
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&c, &out, &size);
+    c.image_width = width;
+    c.image_height = height;
+    c.input_components = 3;
+    c.in_color_space = JCS_YCbCr;
+    jpeg_set_defaults(&c);
+    jpeg_set_quality(&c, 90, TRUE);
+    jpeg_start_compress(&c, TRUE);
+    std::vector<uint8_t> row(size_t(width) * 3);
+    while (c.next_scanline < height) {
+        for (uint32_t x = 0; x < width; ++x) {
+            row[x * 3] = Luma(x, c.next_scanline, width);
+            row[x * 3 + 1] = row[x * 3 + 2] = 128;
+        }
+        JSAMPROW r = row.data();
+        jpeg_write_scanlines(&c, &r, 1);
+    }
+    jpeg_finish_compress(&c);
+    jpeg_destroy_compress(&c);
+    uint64_t bytes = 0;
+    void* data = nullptr;
+    auto& mapper = android::GraphicBufferMapper::get();
+    if (mapper.getWidth(handle, &bytes) == 0 && bytes >= size + sizeof(camera3_jpeg_blob_t) &&
+        mapper.lock(handle, uint32_t(kProducerUsage), android::Rect(int(bytes), 1), &data) == 0) {
+        memcpy(data, out, size);
+        camera3_jpeg_blob_t trailer{CAMERA3_JPEG_BLOB_ID, uint32_t(size)};
+        memcpy(static_cast<uint8_t*>(data) + bytes - sizeof trailer, &trailer, sizeof trailer);
+        mapper.unlock(handle);
+    }
+    free(out);
+}
+
+int64_t NowNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+std::mutex g_openMutex;
+bool g_open = false;  // one open at a time, as the camera service expects of a camera
+
+struct Request {
+    uint32_t frame;
+    Metadata settings;
+    std::vector<camera3_stream_buffer_t> buffers;
+};
+
+class Camera {
+public:
+    Camera(const hw_module_t* module) {
+        const char* rogue = getenv("PLAIN_CAMERA_ROGUE");
+        rogue_ = rogue ? rogue : "";
+        device_.common.tag = HARDWARE_DEVICE_TAG;
+        device_.common.version = rogue_ == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
+        device_.common.module = const_cast<hw_module_t*>(module);
+        device_.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
+        device_.ops = &kOps;
+        device_.priv = this;
+    }
+    camera3_device_t* device() { return &device_; }
+
+private:
+    static Camera* Self(const camera3_device_t* d) { return static_cast<Camera*>(d->priv); }
+
+    int Initialize(const camera3_callback_ops_t* callbacks) {
+        if (callbacks == nullptr) return -EINVAL;
+        callbacks_ = callbacks;
+        worker_ = std::thread([this] { Work(); });
+        return 0;
+    }
+
+    int Configure(camera3_stream_configuration_t* config) {
+        if (config == nullptr || config->num_streams == 0 || config->streams == nullptr) return -EINVAL;
+        int blobs = 0;
+        for (uint32_t i = 0; i < config->num_streams; ++i) {
+            const camera3_stream_t* s = config->streams[i];
+            if (s == nullptr || s->stream_type != CAMERA3_STREAM_OUTPUT || s->rotation != CAMERA3_STREAM_ROTATION_0)
+                return -EINVAL;
+            bool known = false;
+            for (const auto& size : kSizes)
+                known |= int32_t(s->width) == size[0] && int32_t(s->height) == size[1];
+            if (s->format == kBlob) known &= int32_t(s->width) == kSizes[0][0] && ++blobs == 1;
+            else known &= s->format == kYuv || s->format == kPrivate;
+            if (!known) return -EINVAL;
+        }
+        std::lock_guard<std::mutex> lock(mutex_);
+        streams_.clear();
+        for (uint32_t i = 0; i < config->num_streams; ++i) {
+            camera3_stream_t* s = config->streams[i];
+            // Ours only: the framework adds the consumer's. A rogue keeps them as
+            // well, so that its runs reach its fault on a checker still expecting them.
+            s->usage = rogue_.empty() ? kProducerUsage : s->usage | kProducerUsage;
+            s->max_buffers = kMaxBuffers;
+            streams_.push_back(s);
+        }
+        return 0;
+    }
+
+    const camera_metadata_t* DefaultSettings(int type) {
+        if (type < CAMERA3_TEMPLATE_PREVIEW || type > CAMERA3_TEMPLATE_MANUAL) return nullptr;
+        std::lock_guard<std::mutex> lock(mutex_);
+        Metadata& m = templates_[type];
+        if (!m) m = Defaults(type);
+        return m.get();
+    }
+
+    int Submit(camera3_capture_request_t* r) {
+        if (r == nullptr || r->num_output_buffers == 0 || r->output_buffers == nullptr) return -EINVAL;
+        if (rogue_ == "crash_request" && r->frame_number == kRogueFrame) {
+            volatile uintptr_t bad = 8;
+            *reinterpret_cast<volatile int*>(bad) = 1;
+        }
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (r->settings == nullptr && !lastSettings_) return -EINVAL;
+        for (uint32_t i = 0; i < r->num_output_buffers; ++i)
+            if (std::find(streams_.begin(), streams_.end(), r->output_buffers[i].stream) == streams_.end()) return -EINVAL;
+        if (r->settings != nullptr) lastSettings_.reset(clone_camera_metadata(r->settings));
+        Request q{r->frame_number, Metadata(clone_camera_metadata(lastSettings_.get())),
+                  {r->output_buffers, r->output_buffers + r->num_output_buffers}};
+        queue_.push_back(std::move(q));
+        cv_.notify_all();
+        return 0;
+    }
+
+    int Flush() {
+        if (rogue_ == "hang_flush")
+            for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
+        std::unique_lock<std::mutex> lock(mutex_);
+        cv_.wait(lock, [&] { return queue_.empty() && !busy_; });  // at most kMaxBuffers frame times
+        return 0;
+    }
+
+    int Close() {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            stop_ = true;
+            cv_.notify_all();
+        }
+        if (worker_.joinable()) worker_.join();
+        if (rogue_ == "late_callback" && callbacks_ != nullptr) {
+            camera3_notify_msg_t shutter{};
+            shutter.type = CAMERA3_MSG_SHUTTER;
+            shutter.message.shutter = {lastFrame_, uint64_t(NowNs())};
+            callbacks_->notify(callbacks_, &shutter);
+            std::thread([callbacks = callbacks_, shutter] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                callbacks->notify(callbacks, &shutter);
+            }).detach();
+        }
+        delete this;
+        std::lock_guard<std::mutex> lock(g_openMutex);
+        g_open = false;
+        return 0;
+    }
+
+    void Work() {
+        int64_t nextNs = NowNs();
+        for (;;) {
+            Request r;
+            {
+                std::unique_lock<std::mutex> lock(mutex_);
+                cv_.wait(lock, [&] { return stop_ || !queue_.empty(); });
+                if (queue_.empty()) return;
+                r = std::move(queue_.front());
+                queue_.pop_front();
+                busy_ = true;
+            }
+            nextNs = std::max(nextNs + kFrameNs, NowNs());
+            std::this_thread::sleep_for(std::chrono::nanoseconds(nextNs - NowNs()));
+            Deliver(r, uint64_t(nextNs));
+            std::lock_guard<std::mutex> lock(mutex_);
+            busy_ = false;
+            cv_.notify_all();
+        }
+    }
+
+    // Buffers first, then the one partial, then the shutter: all legal from API 3.2 on.
+    void Deliver(Request& r, uint64_t timestampNs) {
+        for (auto& b : r.buffers) {
+            if (b.stream->format == kBlob) DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
+            else DrawYuv(*b.buffer, b.stream->width, b.stream->height);
+            b.status = CAMERA3_BUFFER_STATUS_OK;
+            b.acquire_fence = b.release_fence = -1;
+        }
+        camera3_capture_result_t buffers{};
+        buffers.frame_number = r.frame;
+        buffers.num_output_buffers = uint32_t(r.buffers.size());
+        buffers.output_buffers = r.buffers.data();
+        if (rogue_ == "lying_count" && r.frame == kRogueFrame) {
+            buffers.num_output_buffers = 50;
+            buffers.output_buffers = &r.buffers[0];
+        }
+        callbacks_->process_capture_result(callbacks_, &buffers);
+
+        Metadata result(clone_camera_metadata(r.settings.get()));
+        const int64_t ts = int64_t(timestampNs);
+        camera_metadata_ro_entry_t ae;
+        bool aeOn = find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
+        Put<int64_t>(result, ANDROID_SENSOR_TIMESTAMP, {ts});
+        Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE, {uint8_t(aeOn ? 2 : 0)});  // CONVERGED / INACTIVE
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});               // fixed focus: OFF whatever was asked
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});              // INACTIVE
+        Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});             // CONVERGED
+        Put<uint8_t>(result, ANDROID_REQUEST_PIPELINE_DEPTH, {uint8_t(kMaxBuffers)});
+        camera3_capture_result_t metadata{};
+        metadata.frame_number = r.frame;
+        metadata.result = result.get();
+        metadata.partial_result = 1;
+        callbacks_->process_capture_result(callbacks_, &metadata);
+
+        camera3_notify_msg_t shutter{};
+        shutter.type = CAMERA3_MSG_SHUTTER;
+        shutter.message.shutter = {r.frame, timestampNs};
+        callbacks_->notify(callbacks_, &shutter);
+        lastFrame_ = r.frame;
+    }
+
+    static camera3_device_ops_t kOps;
+
+    camera3_device_t device_{};
+    const camera3_callback_ops_t* callbacks_ = nullptr;
+    std::string rogue_;
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    std::vector<camera3_stream_t*> streams_;
+    Metadata templates_[CAMERA3_TEMPLATE_COUNT];
+    Metadata lastSettings_;
+    std::deque<Request> queue_;
+    bool busy_ = false, stop_ = false;
+    uint32_t lastFrame_ = 0;  // of the worker
+    std::thread worker_;
+};
+
+camera3_device_ops_t Camera::kOps = {
+    [](const camera3_device* d, const camera3_callback_ops_t* c) { return Self(d)->Initialize(c); },
+    [](const camera3_device* d, camera3_stream_configuration_t* s) { return Self(d)->Configure(s); },
+    nullptr,  // register_stream_buffers: gone since 3.2
+    [](const camera3_device* d, int type) { return Self(d)->DefaultSettings(type); },
+    [](const camera3_device* d, camera3_capture_request_t* r) { return Self(d)->Submit(r); },
+    nullptr,  // get_metadata_vendor_tag_ops: gone since 3.2
+    [](const camera3_device*, int) {},
+    [](const camera3_device* d) { return Self(d)->Flush(); },
+    nullptr, nullptr, nullptr, {},  // later additions, unused at 3.5
+};
+
+int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
+    if (id == nullptr || device == nullptr || strcmp(id, "0") != 0) return -EINVAL;
+    std::lock_guard<std::mutex> lock(g_openMutex);
+    if (g_open) return -EUSERS;
+    g_open = true;
+    *device = &(new Camera(module))->device()->common;
+    return 0;
+}
+
+hw_module_methods_t g_methods = {Open};
+
+int CameraInfo(int id, camera_info* info) {
+    if (id != 0 || info == nullptr) return -EINVAL;
+    *info = camera_info{};
+    info->facing = CAMERA_FACING_BACK;
+    info->orientation = 90;
+    info->device_version = CAMERA_DEVICE_API_VERSION_3_5;
+    info->static_camera_characteristics = StaticInfo();
+    info->resource_cost = 100;
+    return 0;
+}
+
+}  // namespace
+
+extern "C" {
+__attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
+    {HARDWARE_MODULE_TAG, CAMERA_MODULE_API_VERSION_2_4, HARDWARE_HAL_API_VERSION, CAMERA_HARDWARE_MODULE_ID,
+     "plain test camera", "hal3_check", &g_methods, nullptr, {}},
+    [] { return 1; },
+    CameraInfo,
+    [](const camera_module_callbacks_t*) { return 0; },
+    [](vendor_tag_ops_t*) {},  // no vendor tags: every entry stays empty
+    nullptr,                   // open_legacy
+    [](const char*, bool) { return -ENOSYS; },
+    nullptr,  // set_torch_mode_strength
+    [] { return 0; },
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {},  // optional entries of later module APIs
+};
+}
