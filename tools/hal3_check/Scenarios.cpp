@@ -131,7 +131,9 @@ bool CameraScenario::Drain() {
     if (!idle) {
         std::string table = checker_->InFlightTable();
         fprintf(stderr, "in-flight table at the time-out (camera %s):\n%s", id_.c_str(), table.c_str());
-        Report::Get().WriteFile("inflight_" + id_ + ".txt", std::vector<uint8_t>(table.begin(), table.end()));
+        std::string suite = ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+        Report::Get().WriteFile("inflight_" + id_ + "_" + suite.substr(suite.rfind('/') + 1) + ".txt",
+                                std::vector<uint8_t>(table.begin(), table.end()));
     }
     ReportFailures(checker_->TakeFailures());
     ReportFailures(checker_->TakeWarnings());
