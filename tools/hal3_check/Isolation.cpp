@@ -114,9 +114,17 @@ void OnFatalSignal(int signal, siginfo_t* info, void* context) {
     }
 }
 
-// Common start of every child: its own record page, and fatal signals noted.
-void BecomeWatched() {
+// Forks a child with a cleared record page (cleared before the fork, so a child
+// that dies at once leaves nothing stale) and no buffered output to repeat.
+pid_t ForkWatched() {
+    fflush(stdout);
+    fflush(stderr);
     ResetPage();
+    return fork();
+}
+
+// Common start of every child: the record page, and fatal signals noted.
+void BecomeWatched() {
     SetWatchPage(&Page());
     struct sigaction action {};
     action.sa_sigaction = OnFatalSignal;
@@ -240,10 +248,7 @@ public:
 
     void OnTestStart(const ::testing::TestInfo& test) override {
         printer_->OnTestStart(test);
-        fflush(stdout);
-        fflush(stderr);
-        ResetPage();
-        pid_t pid = fork();
+        pid_t pid = ForkWatched();
         if (pid == 0) {
             BecomeChild();
             return;  // gtest runs the scenario here
@@ -358,10 +363,7 @@ ScenarioIsolation* g_isolation = nullptr;
 int HalCallBoundMs() { return std::max(5000, 2 * options().stallMs); }
 
 int FindCameras(std::string* error, std::vector<std::string>* warnings) {
-    fflush(stdout);
-    fflush(stderr);
-    ResetPage();
-    pid_t pid = fork();
+    pid_t pid = ForkWatched();
     if (pid == 0) {
         BecomeWatched();
         ModuleConnector& module = ModuleConnector::Get();
