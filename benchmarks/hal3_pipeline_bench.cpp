@@ -132,7 +132,8 @@ void BM_FourStreams30fps(benchmark::State& state) {
     size_t maxInFlight = 0;
     int64_t coreCpu = 0, checkerCpu = 0, submitCpu = 0;
     for (auto _ : state) {
-        int64_t process0 = CpuNs(CLOCK_PROCESS_CPUTIME_ID), self0 = CpuNs(CLOCK_THREAD_CPUTIME_ID), checker0 = checker.CpuNs();
+        int64_t process0 = CpuNs(CLOCK_PROCESS_CPUTIME_ID), self0 = CpuNs(CLOCK_THREAD_CPUTIME_ID),
+                checker0 = checker.CpuNs();
         int64_t wall0 = NowNs();
         for (int i = 0; i < kFrames; ++i) {
             if (frames.Submit(settings.get(), i % jpegPeriod == 0 ? std::vector<size_t>{0, 1, 2, 3}
@@ -159,7 +160,8 @@ void BM_FourStreams30fps(benchmark::State& state) {
     checker.WaitIdle();
     device->Close();
     if (records.empty()) return;
-    std::sort(records.begin(), records.end(), [](const FrameRecord& a, const FrameRecord& b) { return a.frame < b.frame; });
+    std::sort(records.begin(), records.end(),
+              [](const FrameRecord& a, const FrameRecord& b) { return a.frame < b.frame; });
     std::vector<double> latencies;
     std::vector<int64_t> shutters, arrivals;
     for (const FrameRecord& f : records) {

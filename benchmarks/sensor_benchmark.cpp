@@ -41,8 +41,7 @@ void BM_IntakeRate(benchmark::State& state) {
                                      zelkov_platform::MakeSensorEvent(ASENSOR_TYPE_GYROSCOPE, {0.1f, 0.2f, 0.3f}));
     for (auto _ : state) {
         zelkov_platform::InjectSensorEvents(events.data(), events.size());
-        while (zelkov_platform::PendingEventCount() != 0) {
-        }
+        while (zelkov_platform::PendingEventCount() != 0) {}
     }
     state.counters["events_per_second"] =
         benchmark::Counter(static_cast<double>(state.iterations()) * burst, benchmark::Counter::kIsRate);
@@ -117,10 +116,11 @@ private:
 // times, so both see the same machine load.
 class WakeChainFloor {
 public:
-    explicit WakeChainFloor(const CorePlan& cores) : m_partner([this, &cores] {
-        cores.PinPartner();
-        Serve();
-    }) {}
+    explicit WakeChainFloor(const CorePlan& cores)
+        : m_partner([this, &cores] {
+              cores.PinPartner();
+              Serve();
+          }) {}
     ~WakeChainFloor() {
         {
             std::lock_guard<std::mutex> guard(m_lock);

@@ -54,8 +54,8 @@ int ClassifyFormat(IZelBufferHandler& handler, const char* name, int format, uns
 
 bool RunBufferRoad() {
     std::unique_ptr<IZelBufferHandler> handler(IZelBufferHandler::Create());
-    const unsigned int usage = GET_GRALLOC_USAGE_SW_READ_OFTEN() | GET_GRALLOC_USAGE_SW_WRITE_OFTEN() |
-                               GET_GRALLOC_USAGE_HW_CAMERA_WRITE();
+    const unsigned int usage =
+        GET_GRALLOC_USAGE_SW_READ_OFTEN() | GET_GRALLOC_USAGE_SW_WRITE_OFTEN() | GET_GRALLOC_USAGE_HW_CAMERA_WRITE();
     const int live = zelkov_platform::ui::LiveBufferCount();
 
     bool ok = DemoCheck(ClassifyFormat(*handler, "NV21", GET_HAL_PIXEL_FORMAT_YCRCB_420_SP(), usage) == 1,

@@ -33,7 +33,7 @@ void PrintEntry(IZelCameraMetadataHandler* handler, const zel_camera_metadata_ro
 bool RunMetadataRoad() {
     IZelCameraMetadataHandler* handler = GetCameraMetadataHandler();
     camera_metadata* request = handler->Allocate(8, 64);
-    const uint8_t intent = 1;  // preview
+    const uint8_t intent = 1;   // preview
     const uint8_t ae_mode = 1;  // on
     const int32_t fps[] = {15, 30};
     const int64_t exposure = 16666666;
@@ -55,9 +55,9 @@ bool RunMetadataRoad() {
         if (handler->GetRoEntry(request, i, &entry) == 0) PrintEntry(handler, entry);
     }
     zel_camera_metadata_ro_entry found;
-    ok &= DemoCheck(handler->FindRoEntry(request, ANDROID_SENSOR_EXPOSURE_TIME, &found) == 0 &&
-                        found.data.i64[0] == exposure,
-                    "exposure time found again by binary search");
+    ok &= DemoCheck(
+        handler->FindRoEntry(request, ANDROID_SENSOR_EXPOSURE_TIME, &found) == 0 && found.data.i64[0] == exposure,
+        "exposure time found again by binary search");
     ok &= DemoCheck(handler->ValidateStructure(request, nullptr) == 0, "buffer structure valid");
     handler->Free(request);
 

@@ -54,8 +54,8 @@ bool RunRequestRoad() {
     first.SetMinFps(15);
     first.SetMaxFps(30);
     ZelCamera3StreamBuffer second(BufferAt(outputs, 1), false);
-    std::printf("  second buffer reads timestamp %llu, %u-%u fps\n", second.GetBufferTimestamp(),
-                second.GetMinFps(), second.GetMaxFps());
+    std::printf("  second buffer reads timestamp %llu, %u-%u fps\n", second.GetBufferTimestamp(), second.GetMinFps(),
+                second.GetMaxFps());
     bool ok = DemoCheck(stream.GetStreamTimestamp() == timestamp && second.GetMaxFps() == 30,
                         "every buffer of the stream shares its timestamp and frame-rate range");
 

@@ -11,8 +11,7 @@ struct RoadRegistration {
     RoadRegistration(int order, const char* name, RoadFunction run);
 };
 
-#define ZELKOV_DEMO_ROAD(order, name, function) \
-    static const RoadRegistration g_road_##function(order, name, function)
+#define ZELKOV_DEMO_ROAD(order, name, function) static const RoadRegistration g_road_##function(order, name, function)
 
 // Prints a check's outcome and passes it through.
 inline bool DemoCheck(bool ok, const char* what) {

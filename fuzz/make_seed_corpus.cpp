@@ -108,7 +108,8 @@ SensorIntakeRecord Event(int platformType, std::vector<float> data, int64_t time
     return record;
 }
 
-void WriteSensor(const std::string& name, uint8_t flags, uint8_t perPass, const std::vector<SensorIntakeRecord>& records) {
+void WriteSensor(const std::string& name, uint8_t flags, uint8_t perPass,
+                 const std::vector<SensorIntakeRecord>& records) {
     std::vector<uint8_t> bytes = {flags, perPass};
     for (const SensorIntakeRecord& record : records) zelkov_fuzz::AppendSensorIntakeRecord(bytes, record);
     Write("sensor_intake_fuzzer", name, bytes.data(), bytes.size());

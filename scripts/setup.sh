@@ -13,7 +13,7 @@ host=$(dpkg --print-architecture)
 packages=(cmake ninja-build g++ python3 pkgconf abigail-tools blueprint-tools valgrind clang libclang-rt-14-dev libgtest-dev:$host libbenchmark-dev:$host
           android-libutils-dev:$host android-libcutils-dev:$host
           android-platform-system-core-headers android-platform-frameworks-native-headers
-          nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev)
+          nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev clang-format)
 if [ "$scope" = all ]; then
   packages+=(g++-arm-linux-gnueabihf qemu-user
              android-libutils-dev:armhf android-libcutils-dev:armhf libgtest-dev:armhf)

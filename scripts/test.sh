@@ -8,6 +8,9 @@ cd "$(dirname "$0")/.."
 
 scripts/setup.sh all
 
+echo "=== format"
+git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format --dry-run -Werror
+
 for preset in host host-tsan armhf host-fuzz; do
   echo "=== $preset"
   cmake --preset "$preset" >/dev/null

@@ -21,16 +21,13 @@ int IZelBufferHandler::FindYuvFormat(void* cb, void* cr, unsigned int chromaStep
     const std::uintptr_t cbAddress = reinterpret_cast<std::uintptr_t>(cb);
     const std::uintptr_t crAddress = reinterpret_cast<std::uintptr_t>(cr);
     switch (chromaStep) {
-        case 4:
-            return crAddress == cbAddress + 2 ? 5 : 1000;
+        case 4: return crAddress == cbAddress + 2 ? 5 : 1000;
         case 2:
             if (crAddress == cbAddress + 1) return 0;
             if (cbAddress == crAddress + 1) return 1;
             return 1000;
-        case 1:
-            return crAddress < cbAddress ? 2 : 3;
-        default:
-            return 1000;
+        case 1: return crAddress < cbAddress ? 2 : 3;
+        default: return 1000;
     }
 }
 

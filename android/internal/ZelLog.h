@@ -16,12 +16,12 @@
 #define ZEL_LOG_BASENAME(path) basename(path)
 #endif
 
-#define ZEL_LOG_IF(bit, level, format, ...)                                                  \
-    do {                                                                                     \
-        if (__zelkov_log_status() & (bit)) {                                                 \
-            __zelkov_log_print((level), "Zelkov", "%s: %s: %d: " format,                     \
-                               ZEL_LOG_BASENAME(__FILE__), __func__, __LINE__, ##__VA_ARGS__); \
-        }                                                                                    \
+#define ZEL_LOG_IF(bit, level, format, ...)                                                                    \
+    do {                                                                                                       \
+        if (__zelkov_log_status() & (bit)) {                                                                   \
+            __zelkov_log_print((level), "Zelkov", "%s: %s: %d: " format, ZEL_LOG_BASENAME(__FILE__), __func__, \
+                               __LINE__, ##__VA_ARGS__);                                                       \
+        }                                                                                                      \
     } while (0)
 
 #define ZEL_LOGE(format, ...) ZEL_LOG_IF(1, ZEL_DEBUG_LEVEL_ERROR, format, ##__VA_ARGS__)

@@ -65,7 +65,8 @@ public:
     virtual void Free(camera_metadata* metadata) = 0;
     virtual camera_metadata* Clone(const camera_metadata* src) = 0;
     virtual int ValidateStructure(const camera_metadata* metadata, const unsigned int* expectedSize) = 0;
-    virtual int GetRoEntry(const camera_metadata* metadata, unsigned int index, zel_camera_metadata_ro_entry* entry) = 0;
+    virtual int GetRoEntry(const camera_metadata* metadata, unsigned int index,
+                           zel_camera_metadata_ro_entry* entry) = 0;
     virtual const char* GetSectionName(unsigned int tag) = 0;
     virtual const char* GetTagName(unsigned int tag) = 0;
     virtual int FindRoEntry(const camera_metadata* metadata, unsigned int tag, zel_camera_metadata_ro_entry* entry) = 0;

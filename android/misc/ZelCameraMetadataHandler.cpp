@@ -11,17 +11,16 @@ namespace zelkov {
 
 // The entry records reach the platform by pointer, so each must be the
 // platform's record field for field.
-#define ZEL_SAME_FIELD(ours, theirs, field)                                                \
-    static_assert(offsetof(ours, field) == offsetof(theirs, field) &&                        \
-                      sizeof(ours::field) == sizeof(theirs::field),                          \
+#define ZEL_SAME_FIELD(ours, theirs, field)                                                                         \
+    static_assert(offsetof(ours, field) == offsetof(theirs, field) && sizeof(ours::field) == sizeof(theirs::field), \
                   #ours "::" #field " differs from the platform's")
-#define ZEL_SAME_ENTRY(ours, theirs)                                                         \
-    static_assert(sizeof(ours) == sizeof(theirs) && alignof(ours) == alignof(theirs),       \
-                  #ours " differs from the platform's");                                     \
-    ZEL_SAME_FIELD(ours, theirs, index);                                                     \
-    ZEL_SAME_FIELD(ours, theirs, tag);                                                       \
-    ZEL_SAME_FIELD(ours, theirs, type);                                                      \
-    ZEL_SAME_FIELD(ours, theirs, count);                                                     \
+#define ZEL_SAME_ENTRY(ours, theirs)                                                  \
+    static_assert(sizeof(ours) == sizeof(theirs) && alignof(ours) == alignof(theirs), \
+                  #ours " differs from the platform's");                              \
+    ZEL_SAME_FIELD(ours, theirs, index);                                              \
+    ZEL_SAME_FIELD(ours, theirs, tag);                                                \
+    ZEL_SAME_FIELD(ours, theirs, type);                                               \
+    ZEL_SAME_FIELD(ours, theirs, count);                                              \
     ZEL_SAME_FIELD(ours, theirs, data)
 ZEL_SAME_ENTRY(zel_camera_metadata_entry, camera_metadata_entry_t);
 ZEL_SAME_ENTRY(zel_camera_metadata_ro_entry, camera_metadata_ro_entry_t);
@@ -53,9 +52,7 @@ int Validate(const camera_metadata* metadata, const Size* expectedSize) {
 
 }  // namespace
 
-int ZelCameraMetadataHandler::SetVendorOps(const vendor_tag_ops* ops) {
-    return set_camera_metadata_vendor_ops(ops);
-}
+int ZelCameraMetadataHandler::SetVendorOps(const vendor_tag_ops* ops) { return set_camera_metadata_vendor_ops(ops); }
 
 int ZelCameraMetadataHandler::SetVendorCacheOps(const vendor_tag_cache_ops* ops) {
     return set_camera_metadata_vendor_cache_ops(ops);
@@ -86,13 +83,9 @@ int ZelCameraMetadataHandler::Append(camera_metadata* dst, const camera_metadata
     return append_camera_metadata(dst, src);
 }
 
-void ZelCameraMetadataHandler::Free(camera_metadata* metadata) {
-    free_camera_metadata(metadata);
-}
+void ZelCameraMetadataHandler::Free(camera_metadata* metadata) { free_camera_metadata(metadata); }
 
-camera_metadata* ZelCameraMetadataHandler::Clone(const camera_metadata* src) {
-    return clone_camera_metadata(src);
-}
+camera_metadata* ZelCameraMetadataHandler::Clone(const camera_metadata* src) { return clone_camera_metadata(src); }
 
 int ZelCameraMetadataHandler::ValidateStructure(const camera_metadata* metadata, const unsigned int* expectedSize) {
     return Validate(metadata, expectedSize);
@@ -103,13 +96,9 @@ int ZelCameraMetadataHandler::GetRoEntry(const camera_metadata* metadata, unsign
     return get_camera_metadata_ro_entry(metadata, index, Platform(entry));
 }
 
-const char* ZelCameraMetadataHandler::GetSectionName(unsigned int tag) {
-    return get_camera_metadata_section_name(tag);
-}
+const char* ZelCameraMetadataHandler::GetSectionName(unsigned int tag) { return get_camera_metadata_section_name(tag); }
 
-const char* ZelCameraMetadataHandler::GetTagName(unsigned int tag) {
-    return get_camera_metadata_tag_name(tag);
-}
+const char* ZelCameraMetadataHandler::GetTagName(unsigned int tag) { return get_camera_metadata_tag_name(tag); }
 
 int ZelCameraMetadataHandler::FindRoEntry(const camera_metadata* metadata, unsigned int tag,
                                           zel_camera_metadata_ro_entry* entry) {
@@ -137,21 +126,18 @@ int ZelCameraMetadataHandler::DeleteEntry(camera_metadata* metadata, unsigned in
     return delete_camera_metadata_entry(metadata, index);
 }
 
-int ZelCameraMetadataHandler::GetEntry(camera_metadata* metadata, unsigned int index, zel_camera_metadata_entry* entry) {
+int ZelCameraMetadataHandler::GetEntry(camera_metadata* metadata, unsigned int index,
+                                       zel_camera_metadata_entry* entry) {
     return get_camera_metadata_entry(metadata, index, Platform(entry));
 }
 
-int ZelCameraMetadataHandler::GetTagType(unsigned int tag) {
-    return get_camera_metadata_tag_type(tag);
-}
+int ZelCameraMetadataHandler::GetTagType(unsigned int tag) { return get_camera_metadata_tag_type(tag); }
 
 int ZelCameraMetadataHandler::GetSectionBounds(int section, int which) {
     return static_cast<int>(camera_metadata_section_bounds[section][which]);
 }
 
-int ZelCameraMetadataHandler::Sort(camera_metadata* metadata) {
-    return sort_camera_metadata(metadata);
-}
+int ZelCameraMetadataHandler::Sort(camera_metadata* metadata) { return sort_camera_metadata(metadata); }
 
 }  // namespace zelkov
 

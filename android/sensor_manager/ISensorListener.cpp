@@ -6,12 +6,8 @@ namespace zelkov {
 
 ISensorListener::~ISensorListener() = default;
 
-ISensorListener* LoadSensorListener() {
-    return _LoadSensorListener();
-}
+ISensorListener* LoadSensorListener() { return _LoadSensorListener(); }
 
-int UnloadSensorListener(ISensorListener** listener) {
-    return _UnloadSensorListener(listener);
-}
+int UnloadSensorListener(ISensorListener** listener) { return _UnloadSensorListener(listener); }
 
 }  // namespace zelkov

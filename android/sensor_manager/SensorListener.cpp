@@ -12,12 +12,12 @@
 #include <utils/ThreadDefs.h>
 
 // A few messages carry a fixed function label and line that log readers key on.
-#define SENSOR_LOG_AT(bit, level, label, line, format, ...)                                               \
-    do {                                                                                                  \
-        if (__zelkov_log_status() & (bit)) {                                                              \
-            __zelkov_log_print((level), "Zelkov", "%s: %s: %d: " format, ZEL_LOG_BASENAME(__FILE__), label, \
-                               line, ##__VA_ARGS__);                                                      \
-        }                                                                                                 \
+#define SENSOR_LOG_AT(bit, level, label, line, format, ...)                                                       \
+    do {                                                                                                          \
+        if (__zelkov_log_status() & (bit)) {                                                                      \
+            __zelkov_log_print((level), "Zelkov", "%s: %s: %d: " format, ZEL_LOG_BASENAME(__FILE__), label, line, \
+                               ##__VA_ARGS__);                                                                    \
+        }                                                                                                         \
     } while (0)
 
 namespace zelkov {
@@ -62,9 +62,7 @@ int platformTypeOf(int type) {
     return 0;
 }
 
-bool isSupportedType(int type) {
-    return platformTypeOf(type) != 0;
-}
+bool isSupportedType(int type) { return platformTypeOf(type) != 0; }
 
 int64_t bootTimeNs() {
     struct timespec ts {};
@@ -367,42 +365,37 @@ void SensorListener::notifyWaitersLocked() {
 uint32_t SensorListener::storeEventLocked(const ASensorEvent& event, int64_t now) {
     const float* data = event.data;
     switch (event.type) {
-    case ASENSOR_TYPE_ACCELEROMETER:
-        m_sensor_data.accel = {data[0], data[1], data[2]};
-        return SENSOR_LISTENER_ACCELEROMETER;
-    case ASENSOR_TYPE_GYROSCOPE:
-        if ((m_options & 2) != 0) recordLatencyLocked(now, event.timestamp);
-        m_sensor_data.gyro = {data[0], data[1], data[2], event.timestamp};
-        return SENSOR_LISTENER_GYROSCOPE;
-    case ASENSOR_TYPE_LIGHT:
-        m_sensor_data.light = data[0];
-        return SENSOR_LISTENER_LIGHT;
-    case kPlatformDeviceOrientation:
-        // Written so that NaN fails too.
-        if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
-        m_sensor_data.orientation = static_cast<uint32_t>(data[0]);
-        return SENSOR_LISTENER_DEVICE_ORIENTATION;
-    case ASENSOR_TYPE_ROTATION_VECTOR:
-        m_sensor_data.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
-        return SENSOR_LISTENER_ROTATION_VECTOR;
-    case kPlatformAlc:
-        if (data[0] == -1.0f || data[0] == -2.0f) {
-            memcpy(&m_sensor_data.alc.status, &data[1], sizeof(m_sensor_data.alc.status));
-        } else {
-            m_sensor_data.alc.value = data[0];
-            if (m_hrm_sensor_type == kRearLightOnly) {
-                memcpy(m_sensor_data.alc.extra, &data[1], sizeof(m_sensor_data.alc.extra));
+        case ASENSOR_TYPE_ACCELEROMETER:
+            m_sensor_data.accel = {data[0], data[1], data[2]};
+            return SENSOR_LISTENER_ACCELEROMETER;
+        case ASENSOR_TYPE_GYROSCOPE:
+            if ((m_options & 2) != 0) recordLatencyLocked(now, event.timestamp);
+            m_sensor_data.gyro = {data[0], data[1], data[2], event.timestamp};
+            return SENSOR_LISTENER_GYROSCOPE;
+        case ASENSOR_TYPE_LIGHT: m_sensor_data.light = data[0]; return SENSOR_LISTENER_LIGHT;
+        case kPlatformDeviceOrientation:
+            // Written so that NaN fails too.
+            if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
+            m_sensor_data.orientation = static_cast<uint32_t>(data[0]);
+            return SENSOR_LISTENER_DEVICE_ORIENTATION;
+        case ASENSOR_TYPE_ROTATION_VECTOR:
+            m_sensor_data.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
+            return SENSOR_LISTENER_ROTATION_VECTOR;
+        case kPlatformAlc:
+            if (data[0] == -1.0f || data[0] == -2.0f) {
+                memcpy(&m_sensor_data.alc.status, &data[1], sizeof(m_sensor_data.alc.status));
+            } else {
+                m_sensor_data.alc.value = data[0];
+                if (m_hrm_sensor_type == kRearLightOnly) {
+                    memcpy(m_sensor_data.alc.extra, &data[1], sizeof(m_sensor_data.alc.extra));
+                }
             }
-        }
-        return SENSOR_LISTENER_ALC;
-    case kPlatformVendor1002A:
-        memcpy(m_sensor_data.vendor_1002a.values, data, sizeof(m_sensor_data.vendor_1002a.values));
-        return SENSOR_LISTENER_VENDOR_1002A;
-    case kPlatformVendor1002F:
-        m_sensor_data.vendor_1002f = data[0];
-        return SENSOR_LISTENER_VENDOR_1002F;
-    default:
-        return 0;
+            return SENSOR_LISTENER_ALC;
+        case kPlatformVendor1002A:
+            memcpy(m_sensor_data.vendor_1002a.values, data, sizeof(m_sensor_data.vendor_1002a.values));
+            return SENSOR_LISTENER_VENDOR_1002A;
+        case kPlatformVendor1002F: m_sensor_data.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
+        default: return 0;
     }
 }
 
@@ -465,35 +458,23 @@ int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, 
     }
     const SensorListenerEvent& store = m_sensor_data;
     switch (type) {
-    case SENSOR_LISTENER_ACCELEROMETER:
-        event->accel = store.accel;
-        break;
-    case SENSOR_LISTENER_GYROSCOPE:
-        event->gyro = store.gyro;
-        if (extra != nullptr) {
-            bool haveAverage = (m_options & 2) != 0 && m_extra_data.latency_count > 0;
-            extra->avg_latency_ns = haveAverage ? m_extra_data.latency_sum / m_extra_data.latency_count : -1;
-        }
-        break;
-    case SENSOR_LISTENER_LIGHT:
-        event->light = store.light;
-        break;
-    case SENSOR_LISTENER_DEVICE_ORIENTATION:
-        event->orientation = store.orientation;
-        break;
-    case SENSOR_LISTENER_ALC:
-        event->alc = store.alc;
-        event->alc.sensor_type = static_cast<float>(m_hrm_sensor_type);
-        break;
-    case SENSOR_LISTENER_VENDOR_1002A:
-        event->vendor_1002a = store.vendor_1002a;
-        break;
-    case SENSOR_LISTENER_VENDOR_1002F:
-        event->vendor_1002f = store.vendor_1002f;
-        break;
-    case SENSOR_LISTENER_ROTATION_VECTOR:
-        event->rotation = store.rotation;
-        break;
+        case SENSOR_LISTENER_ACCELEROMETER: event->accel = store.accel; break;
+        case SENSOR_LISTENER_GYROSCOPE:
+            event->gyro = store.gyro;
+            if (extra != nullptr) {
+                bool haveAverage = (m_options & 2) != 0 && m_extra_data.latency_count > 0;
+                extra->avg_latency_ns = haveAverage ? m_extra_data.latency_sum / m_extra_data.latency_count : -1;
+            }
+            break;
+        case SENSOR_LISTENER_LIGHT: event->light = store.light; break;
+        case SENSOR_LISTENER_DEVICE_ORIENTATION: event->orientation = store.orientation; break;
+        case SENSOR_LISTENER_ALC:
+            event->alc = store.alc;
+            event->alc.sensor_type = static_cast<float>(m_hrm_sensor_type);
+            break;
+        case SENSOR_LISTENER_VENDOR_1002A: event->vendor_1002a = store.vendor_1002a; break;
+        case SENSOR_LISTENER_VENDOR_1002F: event->vendor_1002f = store.vendor_1002f; break;
+        case SENSOR_LISTENER_ROTATION_VECTOR: event->rotation = store.rotation; break;
     }
     m_new_data = false;
     return 0;

@@ -29,8 +29,7 @@ ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, RegisterStreamBuffers, RegisterStreamBuf
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, ConstructDefaultRequestSettings, ConstructDefaultRequestSettingsFn,
                    construct_default_request_settings)
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, ProcessCaptureRequest, ProcessCaptureRequestFn, process_capture_request)
-ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, GetMetadataVendorTagOps, GetMetadataVendorTagOpsFn,
-                   get_metadata_vendor_tag_ops)
+ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, GetMetadataVendorTagOps, GetMetadataVendorTagOpsFn, get_metadata_vendor_tag_ops)
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, Dump, DumpFn, dump)
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, Flush, FlushFn, flush)
 ZEL_SLOT_ACCESSORS(ZelCamera3DeviceOps, SignalStreamFlush, SignalStreamFlushFn, signal_stream_flush)

@@ -66,8 +66,7 @@ public:
     void SetOperationMode(unsigned int mode);
 };
 
-class ZEL_EXPORT ZelCameraIdStreamCombination
-    : public PImpl<cameraid_stream_combination, cameraid_stream_combination> {
+class ZEL_EXPORT ZelCameraIdStreamCombination : public PImpl<cameraid_stream_combination, cameraid_stream_combination> {
 public:
     using PImpl<cameraid_stream_combination, cameraid_stream_combination>::PImpl;
 

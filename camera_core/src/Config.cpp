@@ -74,7 +74,8 @@ CameraConfig ParseCamera(const json& node, size_t index) {
     }
     if (camera.partialResultCount < 1 || camera.pipelineDepth < 1 || camera.maxBuffers < 1 || camera.streams.empty() ||
         camera.fpsRanges.empty()) {
-        throw std::runtime_error("partial_result_count, pipeline_depth, max_buffers, streams and fps_ranges must be set");
+        throw std::runtime_error(
+            "partial_result_count, pipeline_depth, max_buffers, streams and fps_ranges must be set");
     }
     // Results split by meaning into three parts at most: 3A, sensor and lens, the rest.
     if (camera.partialResultCount > 3) throw std::runtime_error("partial_result_count must be 1 to 3");

@@ -166,8 +166,9 @@ int Device::ConfigureStreams(camera3_stream_configuration* configuration) {
     pipeline->Flush();
     std::lock_guard<std::mutex> hold(m_lock);
     m_streams.clear();
-    const unsigned long long producerUsage = static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_HW_CAMERA_WRITE()) |
-                                             static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
+    const unsigned long long producerUsage =
+        static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_HW_CAMERA_WRITE()) |
+        static_cast<unsigned long long>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
     for (unsigned int i = 0; i < config.GetNumStreams(); ++i) {
         zelkov::ZelCamera3Stream stream(config.GetStreams()[i], false);
         stream.SetUsage(stream.GetUsage() | producerUsage);

@@ -6,9 +6,9 @@
 namespace camera_core {
 namespace {
 
-constexpr Fault kAll[] = {Fault::kDropBuffer, Fault::kDuplicateBuffer, Fault::kLateShutter,  Fault::kWrongTimestamp,
-                          Fault::kBadPartial, Fault::kStall,           Fault::kErrorRequest, Fault::kErrorRequestBad,
-                          Fault::kErrorResult, Fault::kErrorResultBad, Fault::kErrorBuffer,  Fault::kErrorBufferBad};
+constexpr Fault kAll[] = {Fault::kDropBuffer,  Fault::kDuplicateBuffer, Fault::kLateShutter,  Fault::kWrongTimestamp,
+                          Fault::kBadPartial,  Fault::kStall,           Fault::kErrorRequest, Fault::kErrorRequestBad,
+                          Fault::kErrorResult, Fault::kErrorResultBad,  Fault::kErrorBuffer,  Fault::kErrorBufferBad};
 
 Faults Parse(const std::string& name, uint32_t frame) {
     for (Fault fault : kAll) {

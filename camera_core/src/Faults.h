@@ -13,18 +13,18 @@ namespace camera_core {
 
 enum class Fault {
     kNone,
-    kDropBuffer,        // a buffer never returned
-    kDuplicateBuffer,   // a buffer returned twice
-    kLateShutter,       // shutter after the frame's first result
-    kWrongTimestamp,    // shutter timestamp differs from android.sensor.timestamp
-    kBadPartial,        // partial_result above the partial result count
-    kStall,             // nothing delivered from the frame on
-    kErrorRequest,      // a correct ERROR_REQUEST for the frame
-    kErrorRequestBad,   // ERROR_REQUEST, then result metadata anyway
-    kErrorResult,       // a correct ERROR_RESULT: shutter and buffers, no metadata
-    kErrorResultBad,    // ERROR_RESULT, then the final result metadata anyway
-    kErrorBuffer,       // a correct ERROR_BUFFER: the first buffer returns in error
-    kErrorBufferBad,    // the first buffer returns in error without ERROR_BUFFER
+    kDropBuffer,       // a buffer never returned
+    kDuplicateBuffer,  // a buffer returned twice
+    kLateShutter,      // shutter after the frame's first result
+    kWrongTimestamp,   // shutter timestamp differs from android.sensor.timestamp
+    kBadPartial,       // partial_result above the partial result count
+    kStall,            // nothing delivered from the frame on
+    kErrorRequest,     // a correct ERROR_REQUEST for the frame
+    kErrorRequestBad,  // ERROR_REQUEST, then result metadata anyway
+    kErrorResult,      // a correct ERROR_RESULT: shutter and buffers, no metadata
+    kErrorResultBad,   // ERROR_RESULT, then the final result metadata anyway
+    kErrorBuffer,      // a correct ERROR_BUFFER: the first buffer returns in error
+    kErrorBufferBad,   // the first buffer returns in error without ERROR_BUFFER
 };
 
 class Faults {

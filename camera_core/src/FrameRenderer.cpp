@@ -53,8 +53,8 @@ bool FrameRenderer::Render(zelkov::ZelCamera3StreamBuffer& buffer, const RenderR
 
 bool FrameRenderer::RenderYuv(const native_handle* handle, uint32_t width, uint32_t height,
                               const RenderRequest& request) {
-    const zelkov::ZelRect region = m_buffers->GetAccessRegion(
-        handle, zelkov::GET_HAL_PIXEL_FORMAT_YCBCR_420_888(), static_cast<int>(width), static_cast<int>(height), 0, 0);
+    const zelkov::ZelRect region = m_buffers->GetAccessRegion(handle, zelkov::GET_HAL_PIXEL_FORMAT_YCBCR_420_888(),
+                                                              static_cast<int>(width), static_cast<int>(height), 0, 0);
     zelkov::ZelYCbCrLayout layout{};
     layout.yuvFormat = -1;  // stays so only when the lock failed outright
     const unsigned int usage = static_cast<unsigned int>(zelkov::GET_GRALLOC_USAGE_SW_WRITE_OFTEN());
@@ -83,14 +83,20 @@ bool FrameRenderer::RenderJpeg(const native_handle* handle, uint32_t width, uint
     const size_t chromaWidth = (width + 1) / 2;
     const size_t chromaSize = chromaWidth * ((height + 1) / 2);
     m_scratch.resize(lumaSize + 2 * chromaSize);
-    const PlaneView picture{m_scratch.data(), m_scratch.data() + lumaSize, m_scratch.data() + lumaSize + chromaSize,
-                            width, chromaWidth, 1, width, height};
+    const PlaneView picture{m_scratch.data(),
+                            m_scratch.data() + lumaSize,
+                            m_scratch.data() + lumaSize + chromaSize,
+                            width,
+                            chromaWidth,
+                            1,
+                            width,
+                            height};
     Paint(picture, request);
 
     // The blob is as large as the buffer the framework allocated (normally
     // android.jpeg.maxSize bytes): its trailer goes at that buffer's end.
-    const zelkov::ZelRect region = m_buffers->GetAccessRegion(handle, zelkov::GET_HAL_PIXEL_FORMAT_BLOB(), 0, 0,
-                                                              request.jpegMaxSize, 1);
+    const zelkov::ZelRect region =
+        m_buffers->GetAccessRegion(handle, zelkov::GET_HAL_PIXEL_FORMAT_BLOB(), 0, 0, request.jpegMaxSize, 1);
     void* blob = nullptr;
     int bytesPerPixel = 0;
     int bytesPerStride = 0;

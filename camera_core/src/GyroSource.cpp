@@ -7,8 +7,8 @@ constexpr int kSamplingPeriodUs = 5000;
 }
 
 GyroSource::GyroSource() : m_listener(zelkov::LoadSensorListener()) {
-    m_enabled = m_listener != nullptr &&
-                m_listener->EnableSensor(zelkov::SENSOR_LISTENER_GYROSCOPE, kSamplingPeriodUs, 0) == 0;
+    m_enabled =
+        m_listener != nullptr && m_listener->EnableSensor(zelkov::SENSOR_LISTENER_GYROSCOPE, kSamplingPeriodUs, 0) == 0;
 }
 
 GyroSource::~GyroSource() {

@@ -93,8 +93,14 @@ std::vector<uint8_t> JpegEncoder::Thumbnail(const PlaneView& picture, const Jpeg
     const size_t chromaWidth = (width + 1) / 2;
     const size_t chromaSize = chromaWidth * ((height + 1) / 2);
     std::vector<uint8_t> planes(size_t{width} * height + 2 * chromaSize);
-    const PlaneView small{planes.data(), planes.data() + size_t{width} * height,
-                          planes.data() + size_t{width} * height + chromaSize, width, chromaWidth, 1, width, height};
+    const PlaneView small{planes.data(),
+                          planes.data() + size_t{width} * height,
+                          planes.data() + size_t{width} * height + chromaSize,
+                          width,
+                          chromaWidth,
+                          1,
+                          width,
+                          height};
     for (uint32_t row = 0; row < height; ++row) {
         const uint32_t from = row * picture.height / height;
         for (uint32_t x = 0; x < width; ++x) {
@@ -102,7 +108,8 @@ std::vector<uint8_t> JpegEncoder::Thumbnail(const PlaneView& picture, const Jpeg
         }
         if (row % 2 != 0) continue;
         for (uint32_t x = 0; x < chromaWidth; ++x) {
-            const size_t source = (from / 2) * picture.cStride + ((2 * x * picture.width / width) / 2) * picture.chromaStep;
+            const size_t source =
+                (from / 2) * picture.cStride + ((2 * x * picture.width / width) / 2) * picture.chromaStep;
             small.cb[(row / 2) * small.cStride + x] = picture.cb[source];
             small.cr[(row / 2) * small.cStride + x] = picture.cr[source];
         }

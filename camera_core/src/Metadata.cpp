@@ -12,7 +12,8 @@ namespace camera_core {
 Metadata::Metadata() : m_buffer(GetCameraMetadataHandler()->Allocate(32, 512)) {}
 
 Metadata::Metadata(const camera_metadata* source)
-    : m_buffer(source != nullptr ? GetCameraMetadataHandler()->Clone(source) : GetCameraMetadataHandler()->Allocate(32, 512)) {}
+    : m_buffer(source != nullptr ? GetCameraMetadataHandler()->Clone(source)
+                                 : GetCameraMetadataHandler()->Allocate(32, 512)) {}
 
 Metadata::Metadata(Metadata&& other) noexcept : m_buffer(other.Release()) {}
 

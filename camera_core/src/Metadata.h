@@ -33,7 +33,9 @@ public:
     bool Set(unsigned int tag, const std::vector<int64_t>& values) { return Set(tag, values.data(), values.size()); }
     bool Set(unsigned int tag, const std::vector<uint8_t>& values) { return Set(tag, values.data(), values.size()); }
     template <typename T>
-    bool SetOne(unsigned int tag, T value) { return Set(tag, &value, 1); }
+    bool SetOne(unsigned int tag, T value) {
+        return Set(tag, &value, 1);
+    }
 
     // The entry of tag, or false when absent.
     bool Find(unsigned int tag, zelkov::zel_camera_metadata_ro_entry* entry) const;

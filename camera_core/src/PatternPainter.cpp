@@ -67,9 +67,8 @@ void PatternPainter::PaintFrameNumber(const PlaneView& view, uint32_t frame) {
 }
 
 void PatternPainter::PaintColorBars(const PlaneView& view) {
-    static const Yuv kBars[8] = {FromRgb(255, 255, 255), FromRgb(255, 255, 0), FromRgb(0, 255, 255),
-                                 FromRgb(0, 255, 0),     FromRgb(255, 0, 255), FromRgb(255, 0, 0),
-                                 FromRgb(0, 0, 255),     FromRgb(0, 0, 0)};
+    static const Yuv kBars[8] = {FromRgb(255, 255, 255), FromRgb(255, 255, 0), FromRgb(0, 255, 255), FromRgb(0, 255, 0),
+                                 FromRgb(255, 0, 255),   FromRgb(255, 0, 0),   FromRgb(0, 0, 255),   FromRgb(0, 0, 0)};
     const auto barOf = [&view](uint32_t x) { return std::min<uint32_t>(7, x * 8 / view.width); };
     for (uint32_t bar = 0; bar < 8; ++bar) {
         const uint32_t begin = bar * view.width / 8;

@@ -208,8 +208,9 @@ ExposedFrame Pipeline::Expose(CaptureRequest request, int64_t startNs) {
     }
 
     const ThreeAResult threeA = m_threeA.Update(frame.request.settings, frame.request.frameDurationNs);
-    const FrameFacts facts{frame.startNs, frame.request.frameDurationNs, static_cast<uint8_t>(m_camera.pipelineDepth),
-                           threeA,        m_gyro.Latest(),               static_cast<int64_t>(number)};
+    const FrameFacts facts{
+        frame.startNs,   frame.request.frameDurationNs, static_cast<uint8_t>(m_camera.pipelineDepth), threeA,
+        m_gyro.Latest(), static_cast<int64_t>(number)};
     frame.parts = ResultComposer::Split(ResultComposer::Compose(frame.request.settings, facts, m_camera),
                                         m_camera.partialResultCount);
     frame.shutterNs = m_faults.At(Fault::kWrongTimestamp, number) ? frame.startNs + 1000000 : frame.startNs;

@@ -43,11 +43,11 @@ struct CaptureRequest {
 // A frame between the two stages.
 struct ExposedFrame {
     CaptureRequest request;
-    bool failed = false;      // deliver as ERROR_REQUEST
+    bool failed = false;  // deliver as ERROR_REQUEST
     bool shutterSent = false;
     int64_t startNs = 0;
     int64_t shutterNs = 0;
-    time_t captureTime = 0;  // wall clock, for EXIF
+    time_t captureTime = 0;       // wall clock, for EXIF
     std::vector<Metadata> parts;  // the result, one buffer per partial
 };
 

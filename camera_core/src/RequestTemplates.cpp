@@ -90,15 +90,15 @@ Metadata BuildDefaultSettings(const CameraConfig& camera, int type) {
     settings.SetOne(tag::kSensorSensitivity, int32_t{100});
     settings.SetOne(tag::kSensorFrameDuration, int64_t{1000000000} / fps[1]);
     // A still capture takes its time over the picture; the others keep the frame rate.
-    const uint8_t processing = type == zelkov::GET_CAMERA3_TEMPLATE_STILL_CAPTURE() ? value::kProcessingHighQuality
-                                                                                    : value::kProcessingFast;
+    const uint8_t processing =
+        type == zelkov::GET_CAMERA3_TEMPLATE_STILL_CAPTURE() ? value::kProcessingHighQuality : value::kProcessingFast;
     settings.SetOne(tag::kNoiseReductionMode, processing);
     settings.SetOne(tag::kEdgeMode, processing);
     settings.SetOne(tag::kHotPixelMode, processing);
     settings.SetOne(tag::kShadingMode, processing);
     settings.SetOne(tag::kColorCorrectionAberrationMode, processing);
-    settings.SetOne(tag::kTonemapMode, processing == value::kProcessingHighQuality ? value::kTonemapHighQuality
-                                                                                  : value::kTonemapFast);
+    settings.SetOne(tag::kTonemapMode,
+                    processing == value::kProcessingHighQuality ? value::kTonemapHighQuality : value::kTonemapFast);
     settings.SetOne(tag::kStatisticsFaceDetectMode, value::kOff);
     settings.SetOne(tag::kBlackLevelLock, value::kOff);
     settings.SetOne(tag::kStatisticsHotPixelMapMode, value::kOff);

@@ -23,11 +23,21 @@ int64_t RollingShutterSkewNs(const CameraConfig& camera) {
 
 const std::vector<unsigned int>& ResultComposer::DynamicTags() {
     static const std::vector<unsigned int> kTags = {
-        tag::kControlAeState,        tag::kControlAfState,       tag::kControlAwbState,
-        tag::kSensorTimestamp,       tag::kSensorRollingShutterSkew, tag::kRequestPipelineDepth,
-        tag::kLensState,             tag::kLensAperture,         tag::kLensFilterDensity,
-        tag::kLensFocalLength,       tag::kLensOpticalStabilizationMode, tag::kFlashState,
-        tag::kVendorGyroSample,      tag::kVendorGyroTimestamp,  tag::kVendorFrameCounter,
+        tag::kControlAeState,
+        tag::kControlAfState,
+        tag::kControlAwbState,
+        tag::kSensorTimestamp,
+        tag::kSensorRollingShutterSkew,
+        tag::kRequestPipelineDepth,
+        tag::kLensState,
+        tag::kLensAperture,
+        tag::kLensFilterDensity,
+        tag::kLensFocalLength,
+        tag::kLensOpticalStabilizationMode,
+        tag::kFlashState,
+        tag::kVendorGyroSample,
+        tag::kVendorGyroTimestamp,
+        tag::kVendorFrameCounter,
     };
     return kTags;
 }

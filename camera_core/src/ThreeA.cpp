@@ -47,13 +47,14 @@ ThreeAResult ThreeA::Update(const Metadata& settings, int64_t frameDurationNs) {
         result.awb = m_awb;
         return result;
     }
-    const bool dark = m_sceneExposureNs * sensor::kMinSensitivity > result.exposureNs * int64_t{sensor::kMaxSensitivity};
+    const bool dark =
+        m_sceneExposureNs * sensor::kMinSensitivity > result.exposureNs * int64_t{sensor::kMaxSensitivity};
     result.ae = UpdateAe(settings, dark);
     result.af = UpdateAf(settings);
     result.awb = UpdateAwb(settings);
     result.flash = FlashState(settings, result.ae);
     result.lens = result.af == value::kAfStatePassiveScan || result.af == value::kAfStateActiveScan ? value::kLensMoving
-                                                                                                     : value::kOff;
+                                                                                                    : value::kOff;
     return result;
 }
 
@@ -61,8 +62,8 @@ void ThreeA::Expose(const Metadata& settings, int64_t frameDurationNs, bool aeOn
     zelkov::zel_camera_metadata_ro_entry entry;
     if (!aeOn) {
         // Manual exposure, within what the sensor and the frame allow.
-        int64_t exposure = settings.Find(tag::kSensorExposureTime, &entry) && entry.count > 0 ? entry.data.i64[0]
-                                                                                             : m_exposureNs;
+        int64_t exposure =
+            settings.Find(tag::kSensorExposureTime, &entry) && entry.count > 0 ? entry.data.i64[0] : m_exposureNs;
         result->exposureNs = std::clamp(exposure, sensor::kMinExposureNs, frameDurationNs);
         result->sensitivity = std::clamp(settings.GetI32(tag::kSensorSensitivity, 0, m_sensitivity),
                                          sensor::kMinSensitivity, sensor::kMaxSensitivity);
@@ -73,8 +74,8 @@ void ThreeA::Expose(const Metadata& settings, int64_t frameDurationNs, bool aeOn
     if (settings.GetU8(tag::kControlAeLock, value::kOff) == value::kOff || m_ae != value::kAeStateLocked) {
         m_exposureNs = std::clamp(m_sceneExposureNs, sensor::kMinExposureNs, frameDurationNs);
         const int64_t gain = m_sceneExposureNs * sensor::kMinSensitivity / m_exposureNs;
-        m_sensitivity = static_cast<int32_t>(
-            std::clamp<int64_t>(gain, sensor::kMinSensitivity, sensor::kMaxSensitivity));
+        m_sensitivity =
+            static_cast<int32_t>(std::clamp<int64_t>(gain, sensor::kMinSensitivity, sensor::kMaxSensitivity));
     }
     result->exposureNs = m_exposureNs;
     result->sensitivity = m_sensitivity;
@@ -168,7 +169,8 @@ uint8_t ThreeA::FlashState(const Metadata& settings, uint8_t ae) const {
     if (!m_hasFlash) return value::kFlashStateUnavailable;
     const uint8_t mode = settings.GetU8(tag::kControlAeMode, value::kAeModeOn);
     const bool still = settings.GetU8(tag::kControlCaptureIntent, 0) == value::kCaptureIntentStillCapture;
-    const bool needed = mode == value::kAeModeOnAlwaysFlash || (IsAutoFlash(mode) && ae == value::kAeStateFlashRequired);
+    const bool needed =
+        mode == value::kAeModeOnAlwaysFlash || (IsAutoFlash(mode) && ae == value::kAeStateFlashRequired);
     return still && needed ? value::kFlashStateFired : value::kFlashStateReady;
 }
 

@@ -24,8 +24,8 @@ struct Picture {
         const size_t cStride = chromaStep == 2 ? yStride : yStride / 2;
         uint8_t* first = chroma;
         uint8_t* second = chromaStep == 2 ? chroma + 1 : chroma + cStride * ((height + 1) / 2);
-        view = {data.data(), crFirst ? second : first, crFirst ? first : second, yStride, cStride, chromaStep,
-                width, height};
+        view = {data.data(), crFirst ? second : first, crFirst ? first : second, yStride, cStride, chromaStep, width,
+                height};
     }
     std::vector<uint8_t> data;
     PlaneView view;

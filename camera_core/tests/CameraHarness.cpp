@@ -98,9 +98,8 @@ int CameraHarness::Submit(uint32_t frame, const camera_metadata_t* settings, int
 
 bool CameraHarness::WaitReturned(uint32_t frame, int timeoutMs) {
     std::unique_lock<std::mutex> hold(m_lock);
-    return m_changed.wait_for(hold, std::chrono::milliseconds(timeoutMs), [&] {
-        return m_frames[frame].buffers.size() >= m_expected[frame];
-    });
+    return m_changed.wait_for(hold, std::chrono::milliseconds(timeoutMs),
+                              [&] { return m_frames[frame].buffers.size() >= m_expected[frame]; });
 }
 
 FrameLog CameraHarness::Frame(uint32_t frame) {

@@ -25,9 +25,9 @@ struct FrameLog {
     bool errorRequest = false;
     bool errorResult = false;
     int errorBuffers = 0;
-    std::vector<uint32_t> partials;                // in arrival order
+    std::vector<uint32_t> partials;                  // in arrival order
     std::vector<std::vector<uint32_t>> partialTags;  // the tags of each, same order
-    std::vector<camera3_stream_buffer_t> buffers;  // as returned
+    std::vector<camera3_stream_buffer_t> buffers;    // as returned
     bool firstResultBeforeShutter = false;
     std::vector<uint8_t> afTriggers;  // android.control.afTrigger in the results
 };

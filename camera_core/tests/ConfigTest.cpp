@@ -19,8 +19,8 @@ namespace {
 std::string CameraJson(const std::string& extra, const std::string& partials = "2", const std::string& id = "0",
                        const std::string& format = "NV21") {
     return R"({"cameras": [{"id": )" + id + R"(, "facing": "back", "orientation": 0, "pixel_array": [320, 240],
-        "active_array": [0, 0, 320, 240], "partial_result_count": )" + partials + R"(, "fps_ranges": [[15, 30]],)" +
-           extra + R"( "streams": [{"format": ")" + format +
+        "active_array": [0, 0, 320, 240], "partial_result_count": )" +
+           partials + R"(, "fps_ranges": [[15, 30]],)" + extra + R"( "streams": [{"format": ")" + format +
            R"(", "size": [320, 240], "min_frame_duration_ns": 33333333}]}]})";
 }
 

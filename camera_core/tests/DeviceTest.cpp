@@ -27,18 +27,18 @@ constexpr int kWaitMs = 5000;
 class DeviceTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NE(camera_.device(), nullptr);
-        ASSERT_EQ(camera_.Configure(kWidth, kHeight), 0);
-        preview_ = camera_.Preview();
-        ASSERT_NE(preview_, nullptr);
+        ASSERT_NE(m_camera.device(), nullptr);
+        ASSERT_EQ(m_camera.Configure(kWidth, kHeight), 0);
+        m_preview = m_camera.Preview();
+        ASSERT_NE(m_preview, nullptr);
     }
 
-    CameraHarness camera_;
-    const camera_metadata_t* preview_ = nullptr;
+    CameraHarness m_camera;
+    const camera_metadata_t* m_preview = nullptr;
 };
 
 TEST_F(DeviceTest, RequestsBreakingTheOrderOrNamingAStreamTwiceAreRefused) {
-    ASSERT_EQ(camera_.Submit(10, preview_), 0);
+    ASSERT_EQ(m_camera.Submit(10, m_preview), 0);
     const struct {
         const char* what;
         uint32_t frame;
@@ -51,27 +51,28 @@ TEST_F(DeviceTest, RequestsBreakingTheOrderOrNamingAStreamTwiceAreRefused) {
         {"the next frame, after refusals", 11, 1, 0},
         {"a gap in the numbers", 20, 1, 0},
     };
-    for (const auto& c : kCases) EXPECT_EQ(camera_.Submit(c.frame, nullptr, -1, c.streams), c.expected) << c.what;
-    EXPECT_TRUE(camera_.WaitReturned(20, kWaitMs));
+    for (const auto& c : kCases) EXPECT_EQ(m_camera.Submit(c.frame, nullptr, -1, c.streams), c.expected) << c.what;
+    EXPECT_TRUE(m_camera.WaitReturned(20, kWaitMs));
 }
 
 TEST_F(DeviceTest, ATriggerActsOnceThoughLaterRequestsRepeatItsSettings) {
-    Metadata trigger(preview_);
+    Metadata trigger(m_preview);
     trigger.SetOne(tag::kControlAfMode, value::kAfModeAuto);
     trigger.SetOne(tag::kControlAfTrigger, value::kTriggerStart);
-    ASSERT_EQ(camera_.Submit(1, trigger.Get()), 0);
-    ASSERT_EQ(camera_.Submit(2, nullptr), 0);
-    ASSERT_EQ(camera_.Submit(3, nullptr), 0);
-    ASSERT_TRUE(camera_.WaitReturned(3, kWaitMs));
+    ASSERT_EQ(m_camera.Submit(1, trigger.Get()), 0);
+    ASSERT_EQ(m_camera.Submit(2, nullptr), 0);
+    ASSERT_EQ(m_camera.Submit(3, nullptr), 0);
+    ASSERT_TRUE(m_camera.WaitReturned(3, kWaitMs));
     const std::vector<uint8_t> expected[] = {{value::kTriggerStart}, {value::kTriggerIdle}, {value::kTriggerIdle}};
-    for (uint32_t frame = 1; frame <= 3; ++frame) EXPECT_EQ(camera_.Frame(frame).afTriggers, expected[frame - 1]);
+    for (uint32_t frame = 1; frame <= 3; ++frame) EXPECT_EQ(m_camera.Frame(frame).afTriggers, expected[frame - 1]);
 }
 
 TEST_F(DeviceTest, TheFirstPartialCarriesThe3AStatesAndNoKeyComesTwice) {
-    for (uint32_t frame = 1; frame <= 3; ++frame) ASSERT_EQ(camera_.Submit(frame, frame == 1 ? preview_ : nullptr), 0);
-    ASSERT_TRUE(camera_.WaitReturned(3, kWaitMs));
+    for (uint32_t frame = 1; frame <= 3; ++frame)
+        ASSERT_EQ(m_camera.Submit(frame, frame == 1 ? m_preview : nullptr), 0);
+    ASSERT_TRUE(m_camera.WaitReturned(3, kWaitMs));
     for (uint32_t frame = 1; frame <= 3; ++frame) {
-        const FrameLog log = camera_.Frame(frame);
+        const FrameLog log = m_camera.Frame(frame);
         ASSERT_FALSE(log.partials.empty());
         EXPECT_EQ(log.partials.front(), 1u);
         EXPECT_FALSE(log.firstResultBeforeShutter);
@@ -81,7 +82,8 @@ TEST_F(DeviceTest, TheFirstPartialCarriesThe3AStatesAndNoKeyComesTwice) {
         }
         std::set<uint32_t> seen;
         for (const auto& tags : log.partialTags) {
-            for (uint32_t t : tags) EXPECT_TRUE(seen.insert(t).second) << "frame " << frame << ": tag 0x" << std::hex << t;
+            for (uint32_t t : tags)
+                EXPECT_TRUE(seen.insert(t).second) << "frame " << frame << ": tag 0x" << std::hex << t;
         }
     }
 }
@@ -89,9 +91,9 @@ TEST_F(DeviceTest, TheFirstPartialCarriesThe3AStatesAndNoKeyComesTwice) {
 TEST_F(DeviceTest, ABufferWhoseFenceNeverSignalsFailsAndHandsTheFenceBack) {
     int fence[2];
     ASSERT_EQ(pipe(fence), 0);
-    ASSERT_EQ(camera_.Submit(1, preview_, fence[0]), 0);
-    ASSERT_TRUE(camera_.WaitReturned(1, kWaitMs));
-    const FrameLog log = camera_.Frame(1);
+    ASSERT_EQ(m_camera.Submit(1, m_preview, fence[0]), 0);
+    ASSERT_TRUE(m_camera.WaitReturned(1, kWaitMs));
+    const FrameLog log = m_camera.Frame(1);
     ASSERT_EQ(log.buffers.size(), 1u);
     EXPECT_EQ(log.errorBuffers, 1);
     EXPECT_EQ(log.buffers[0].status, CAMERA3_BUFFER_STATUS_ERROR);
@@ -105,25 +107,25 @@ TEST_F(DeviceTest, FlushReturnsBeforeTheExposingFrameEndsWithEveryBufferBack) {
     // Manual exposure at the sensor's longest frame (1 s): a flush that waited
     // for the frame would return after it ended.
     constexpr int64_t kFrameNs = 1000000000;
-    Metadata slow(preview_);
+    Metadata slow(m_preview);
     slow.SetOne(tag::kControlAeMode, value::kAeModeOff);
     slow.SetOne(tag::kSensorFrameDuration, kFrameNs);
     int fences[2];
     ASSERT_EQ(pipe(fences), 0);
     const uint32_t kFrames = 4;  // the pipeline's depth: none blocks
     for (uint32_t frame = 1; frame <= kFrames; ++frame) {
-        ASSERT_EQ(camera_.Submit(frame, frame == 1 ? slow.Get() : nullptr, frame == kFrames ? fences[0] : -1), 0);
+        ASSERT_EQ(m_camera.Submit(frame, frame == 1 ? slow.Get() : nullptr, frame == kFrames ? fences[0] : -1), 0);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the first frame is exposing
-    ASSERT_EQ(camera_.Flush(), 0);
+    ASSERT_EQ(m_camera.Flush(), 0);
     timespec now{};
     clock_gettime(CLOCK_BOOTTIME, &now);
     const int64_t returnedNs = int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
-    const FrameLog first = camera_.Frame(1);
+    const FrameLog first = m_camera.Frame(1);
     ASSERT_TRUE(first.shutter);
     EXPECT_LT(returnedNs, first.shutterNs + kFrameNs) << "flush waited for the exposing frame to end";
     for (uint32_t frame = 1; frame <= kFrames; ++frame) {
-        const FrameLog log = camera_.Frame(frame);
+        const FrameLog log = m_camera.Frame(frame);
         ASSERT_EQ(log.buffers.size(), 1u) << "frame " << frame << " not back when flush returned";
         // The exposing frame may be drawn already and complete; the later ones cannot be.
         const bool failed = log.buffers[0].status == CAMERA3_BUFFER_STATUS_ERROR;
@@ -133,23 +135,23 @@ TEST_F(DeviceTest, FlushReturnsBeforeTheExposingFrameEndsWithEveryBufferBack) {
         EXPECT_EQ(failed, log.errorRequest || log.errorBuffers == 1) << "frame " << frame;
     }
     // A request that never started hands its acquire fence back.
-    EXPECT_EQ(camera_.Frame(kFrames).buffers[0].release_fence, fences[0]);
+    EXPECT_EQ(m_camera.Frame(kFrames).buffers[0].release_fence, fences[0]);
     close(fences[0]);
     close(fences[1]);
-    ASSERT_EQ(camera_.Submit(kFrames + 1, preview_), 0);  // streaming resumes
-    EXPECT_TRUE(camera_.WaitReturned(kFrames + 1, kWaitMs));
+    ASSERT_EQ(m_camera.Submit(kFrames + 1, m_preview), 0);  // streaming resumes
+    EXPECT_TRUE(m_camera.WaitReturned(kFrames + 1, kWaitMs));
 }
 
 TEST_F(DeviceTest, AFrameworkMaySubmitFromInsideItsResultCallback) {
     constexpr uint32_t kLast = 8;
     std::atomic<int> refused{0};
-    camera_.OnFinal([&](uint32_t frame) {
-        if (frame < kLast && camera_.Submit(frame + 1, nullptr) != 0) ++refused;
+    m_camera.OnFinal([&](uint32_t frame) {
+        if (frame < kLast && m_camera.Submit(frame + 1, nullptr) != 0) ++refused;
     });
-    ASSERT_EQ(camera_.Submit(1, preview_), 0);
-    EXPECT_TRUE(camera_.WaitReturned(kLast, kWaitMs)) << "a submit from the callback deadlocked";
+    ASSERT_EQ(m_camera.Submit(1, m_preview), 0);
+    EXPECT_TRUE(m_camera.WaitReturned(kLast, kWaitMs)) << "a submit from the callback deadlocked";
     EXPECT_EQ(refused.load(), 0);
-    camera_.OnFinal(nullptr);
+    m_camera.OnFinal(nullptr);
 }
 
 TEST_F(DeviceTest, RequestsAndFlushesFromSeveralThreadsThenCloseLeaveNothingBehind) {
@@ -158,26 +160,26 @@ TEST_F(DeviceTest, RequestsAndFlushesFromSeveralThreadsThenCloseLeaveNothingBehi
     std::atomic<bool> done{false};
     std::thread submitter([&] {
         for (uint32_t frame = 1; frame <= kFrames; ++frame) {
-            if (camera_.Submit(frame, frame == 1 ? preview_ : nullptr) == 0) ++accepted;
+            if (m_camera.Submit(frame, frame == 1 ? m_preview : nullptr) == 0) ++accepted;
         }
         done = true;
     });
     std::thread flusher([&] {
         while (!done) {
-            EXPECT_EQ(camera_.Flush(), 0);
+            EXPECT_EQ(m_camera.Flush(), 0);
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     });
     submitter.join();
     flusher.join();
     EXPECT_EQ(accepted.load(), kFrames);
-    std::thread closer([&] { EXPECT_EQ(camera_.Close(), 0); });
+    std::thread closer([&] { EXPECT_EQ(m_camera.Close(), 0); });
     closer.join();
     for (uint32_t frame = 1; frame <= kFrames; ++frame) {
-        EXPECT_EQ(camera_.Frame(frame).buffers.size(), 1u) << "frame " << frame;
+        EXPECT_EQ(m_camera.Frame(frame).buffers.size(), 1u) << "frame " << frame;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(camera_.CallbacksAfterClose(), 0u);
+    EXPECT_EQ(m_camera.CallbacksAfterClose(), 0u);
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ std::string MatchRuns(const std::vector<uint8_t>& states, const std::vector<Stat
             return "state " + std::to_string(run.state) + " held " + std::to_string(count) + " frames";
         }
     }
-    return at == states.size() ? "" : "unexpected state " + std::to_string(states[at]) + " at frame " + std::to_string(at);
+    return at == states.size() ? ""
+                               : "unexpected state " + std::to_string(states[at]) + " at frame " + std::to_string(at);
 }
 
 std::vector<uint8_t> Drive(CameraConfig camera, const std::vector<Phase>& phases, Routine routine) {
@@ -92,32 +93,56 @@ TEST(ThreeATest, TransitionsFollowTheFrameworkStateMachines) {
         std::vector<Phase> phases;
         std::vector<StateRun> runs;
     } kCases[] = {
-        {"AE searches, then converges", Camera(false, bright), Routine::kAe, {{{}, 8}},
+        {"AE searches, then converges",
+         Camera(false, bright),
+         Routine::kAe,
+         {{{}, 8}},
          {{kAeStateSearching, 1, 4}, {kAeStateConverged, 4, 7}}},
-        {"precapture runs once, then converges", Camera(false, bright), Routine::kAe,
+        {"precapture runs once, then converges",
+         Camera(false, bright),
+         Routine::kAe,
          {{{}, 5}, {{precapture}, 8}},
          {{kAeStateSearching, 1, 4}, {kAeStateConverged, 1, 4}, {kAeStatePrecapture, 1, 4}, {kAeStateConverged, 4, 7}}},
-        {"a lock holds and ignores precapture", Camera(false, bright), Routine::kAe,
+        {"a lock holds and ignores precapture",
+         Camera(false, bright),
+         Routine::kAe,
          {{{aeLock}, 2}, {{aeLock, precapture}, 3}, {{}, 1}},
          {{kAeStateLocked, 5, 5}, {kAeStateSearching, 1, 1}}},
-        {"a dark scene asks for the flash", Camera(true, dark), Routine::kAe, {{{autoFlash}, 8}},
+        {"a dark scene asks for the flash",
+         Camera(true, dark),
+         Routine::kAe,
+         {{{autoFlash}, 8}},
          {{kAeStateSearching, 1, 4}, {kAeStateFlashRequired, 4, 7}}},
-        {"no flash: a dark scene converges as it can", Camera(false, dark), Routine::kAe, {{{autoFlash}, 8}},
+        {"no flash: a dark scene converges as it can",
+         Camera(false, dark),
+         Routine::kAe,
+         {{{autoFlash}, 8}},
          {{kAeStateSearching, 1, 4}, {kAeStateConverged, 4, 7}}},
         {"3A off is inactive", Camera(false, bright), Routine::kAe, {{{controlOff}, 3}}, {{kAeStateInactive, 3, 3}}},
-        {"auto focus scans on a trigger and locks", Camera(false, bright), Routine::kAf,
+        {"auto focus scans on a trigger and locks",
+         Camera(false, bright),
+         Routine::kAf,
          {{{afAuto}, 2}, {{afAuto, afStart}, 6}},
          {{kAfStateInactive, 2, 2}, {kAfStateActiveScan, 1, 4}, {kAfStateFocusedLocked, 2, 5}}},
-        {"a cancel unlocks", Camera(false, bright), Routine::kAf,
+        {"a cancel unlocks",
+         Camera(false, bright),
+         Routine::kAf,
          {{{afAuto, afStart}, 6}, {{afAuto, afCancel}, 2}},
          {{kAfStateActiveScan, 1, 4}, {kAfStateFocusedLocked, 2, 5}, {kAfStateInactive, 2, 2}}},
-        {"continuous picture scans passively, a trigger locks", Camera(false, bright), Routine::kAf,
+        {"continuous picture scans passively, a trigger locks",
+         Camera(false, bright),
+         Routine::kAf,
          {{{afPicture}, 6}, {{afPicture, afStart}, 2}},
          {{kAfStatePassiveScan, 1, 4}, {kAfStatePassiveFocused, 2, 5}, {kAfStateFocusedLocked, 2, 2}}},
-        {"a continuous video trigger mid-scan locks unfocused", Camera(false, bright), Routine::kAf,
+        {"a continuous video trigger mid-scan locks unfocused",
+         Camera(false, bright),
+         Routine::kAf,
          {{{afVideo}, 1}, {{afVideo, afStart}, 3}},
          {{kAfStatePassiveScan, 1, 1}, {kAfStateNotFocusedLocked, 3, 3}}},
-        {"AWB searches, converges, locks", Camera(false, bright), Routine::kAwb, {{{}, 6}, {{awbLock}, 2}},
+        {"AWB searches, converges, locks",
+         Camera(false, bright),
+         Routine::kAwb,
+         {{{}, 6}, {{awbLock}, 2}},
          {{kAwbStateSearching, 1, 4}, {kAwbStateConverged, 2, 5}, {kAwbStateLocked, 2, 2}}},
     };
     for (const auto& c : kCases) {
@@ -164,8 +189,10 @@ TEST(ThreeATest, TheFlashFiresForAStillCaptureThatNeedsIt) {
         uint8_t state;
     } kCases[] = {
         {"no flash unit", false, 2000000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateUnavailable},
-        {"auto flash, a bright scene", true, 10000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateReady},
-        {"auto flash, a dark scene", true, 2000000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture, kFlashStateFired},
+        {"auto flash, a bright scene", true, 10000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture,
+         kFlashStateReady},
+        {"auto flash, a dark scene", true, 2000000000, kAeModeOnAutoFlash, kCaptureIntentStillCapture,
+         kFlashStateFired},
         {"auto flash, a dark preview", true, 2000000000, kAeModeOnAutoFlash, 1, kFlashStateReady},
         {"AE without flash", true, 2000000000, kAeModeOn, kCaptureIntentStillCapture, kFlashStateReady},
         {"always flash", true, 10000000, kAeModeOnAlwaysFlash, kCaptureIntentStillCapture, kFlashStateFired},

@@ -54,8 +54,7 @@ inline size_t PayloadBytes(const zel_camera_metadata_ro_entry& entry) {
 
 inline zel_camera_metadata_ro_entry EntryAt(const camera_metadata* metadata, size_t index) {
     zel_camera_metadata_ro_entry entry{};
-    ZEL_FUZZ_CHECK(zelkov::GetCameraMetadataHandler()->GetRoEntry(metadata, static_cast<unsigned>(index), &entry) ==
-                   0);
+    ZEL_FUZZ_CHECK(zelkov::GetCameraMetadataHandler()->GetRoEntry(metadata, static_cast<unsigned>(index), &entry) == 0);
     ZEL_FUZZ_CHECK(entry.index == index);
     ZEL_FUZZ_CHECK(entry.type < NUM_TYPES);
     return entry;
@@ -144,7 +143,8 @@ inline MetadataPtr CloneAndSort(const camera_metadata* metadata) {
     ExpectValid(clone.get());
     ZEL_FUZZ_CHECK(handler.GetEntryCount(clone.get()) == count);
     if (!ClaimsSorted(metadata)) {
-        for (size_t i = 1; i < count; ++i) ZEL_FUZZ_CHECK(EntryAt(clone.get(), i - 1).tag <= EntryAt(clone.get(), i).tag);
+        for (size_t i = 1; i < count; ++i)
+            ZEL_FUZZ_CHECK(EntryAt(clone.get(), i - 1).tag <= EntryAt(clone.get(), i).tag);
         for (size_t i = 0; i < count; ++i) {
             zel_camera_metadata_ro_entry found{};
             ZEL_FUZZ_CHECK(handler.FindRoEntry(clone.get(), EntryAt(metadata, i).tag, &found) == 0);

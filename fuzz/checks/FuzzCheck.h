@@ -6,12 +6,12 @@
 
 // A broken expectation is reported like a sanitizer finding: a message and an
 // abort, which both libFuzzer and a replaying test see as a crash.
-#define ZEL_FUZZ_CHECK(condition)                                                                   \
-    do {                                                                                            \
-        if (!(condition)) {                                                                         \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition);     \
-            std::abort();                                                                           \
-        }                                                                                           \
+#define ZEL_FUZZ_CHECK(condition)                                                              \
+    do {                                                                                       \
+        if (!(condition)) {                                                                    \
+            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition); \
+            std::abort();                                                                      \
+        }                                                                                      \
     } while (0)
 
 #endif

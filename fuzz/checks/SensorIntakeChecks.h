@@ -51,35 +51,50 @@ struct ExpectedStore {
         const float* d = record.data;
         uint32_t bit = 0;
         switch (PlatformTypeOf(record)) {
-        case 1: store.accel = {d[0], d[1], d[2]}; bit = 1; break;
-        case 4:
-            if (statistics) {
-                statStamps.push_back(record.timestamp);
-                if (statStamps.size() > 30) statStamps.pop_front();
-            }
-            store.gyro = {d[0], d[1], d[2], record.timestamp};
-            bit = 2;
-            break;
-        case 5: store.light = d[0]; bit = 4; break;
-        case 27:
-            if (d[0] >= 0.0f && d[0] <= 3.0f) {
-                store.orientation = static_cast<uint32_t>(d[0]);
-                bit = 8;
-            }
-            break;
-        case 11: store.rotation = {d[0], d[1], d[2], d[3], d[4], record.timestamp}; bit = 128; break;
-        case 0x10029:
-            if (d[0] == -1.0f || d[0] == -2.0f) {
-                std::memcpy(&store.alc.status, &d[1], sizeof(store.alc.status));
-            } else {
-                store.alc.value = d[0];
-                if (hrmCode == 1000) std::memcpy(store.alc.extra, &d[1], sizeof(store.alc.extra));
-            }
-            bit = 16;
-            break;
-        case 0x1002A: std::memcpy(store.vendor_1002a.values, d, sizeof(store.vendor_1002a.values)); bit = 32; break;
-        case 0x1002F: store.vendor_1002f = d[0]; bit = 64; break;
-        default: break;
+            case 1:
+                store.accel = {d[0], d[1], d[2]};
+                bit = 1;
+                break;
+            case 4:
+                if (statistics) {
+                    statStamps.push_back(record.timestamp);
+                    if (statStamps.size() > 30) statStamps.pop_front();
+                }
+                store.gyro = {d[0], d[1], d[2], record.timestamp};
+                bit = 2;
+                break;
+            case 5:
+                store.light = d[0];
+                bit = 4;
+                break;
+            case 27:
+                if (d[0] >= 0.0f && d[0] <= 3.0f) {
+                    store.orientation = static_cast<uint32_t>(d[0]);
+                    bit = 8;
+                }
+                break;
+            case 11:
+                store.rotation = {d[0], d[1], d[2], d[3], d[4], record.timestamp};
+                bit = 128;
+                break;
+            case 0x10029:
+                if (d[0] == -1.0f || d[0] == -2.0f) {
+                    std::memcpy(&store.alc.status, &d[1], sizeof(store.alc.status));
+                } else {
+                    store.alc.value = d[0];
+                    if (hrmCode == 1000) std::memcpy(store.alc.extra, &d[1], sizeof(store.alc.extra));
+                }
+                bit = 16;
+                break;
+            case 0x1002A:
+                std::memcpy(store.vendor_1002a.values, d, sizeof(store.vendor_1002a.values));
+                bit = 32;
+                break;
+            case 0x1002F:
+                store.vendor_1002f = d[0];
+                bit = 64;
+                break;
+            default: break;
         }
         valid |= bit;
         newData = newData || bit != 0;
@@ -118,28 +133,30 @@ inline void CheckQueries(zelkov::SensorListener& listener, const ExpectedStore& 
         ZEL_FUZZ_CHECK(!SensorListenerTestPeer::NewData(listener));
 #define ZEL_SAME(member) SameBits(got.member, want.member)
         switch (bit) {
-        case SENSOR_LISTENER_ACCELEROMETER:
-            ZEL_FUZZ_CHECK(ZEL_SAME(accel.x) && ZEL_SAME(accel.y) && ZEL_SAME(accel.z));
-            break;
-        case SENSOR_LISTENER_GYROSCOPE: {
-            ZEL_FUZZ_CHECK(ZEL_SAME(gyro.x) && ZEL_SAME(gyro.y) && ZEL_SAME(gyro.z) && ZEL_SAME(gyro.timestamp));
-            const SensorListenerExtraDataInternal stats = SensorListenerTestPeer::Latencies(listener);
-            const bool average = statistics && stats.latency_count > 0;
-            ZEL_FUZZ_CHECK(extra.avg_latency_ns == (average ? stats.latency_sum / stats.latency_count : -1));
-            break;
-        }
-        case SENSOR_LISTENER_LIGHT: ZEL_FUZZ_CHECK(ZEL_SAME(light)); break;
-        case SENSOR_LISTENER_DEVICE_ORIENTATION: ZEL_FUZZ_CHECK(got.orientation == want.orientation && got.orientation <= 3); break;
-        case SENSOR_LISTENER_ALC:
-            ZEL_FUZZ_CHECK(ZEL_SAME(alc.value) && ZEL_SAME(alc.status) && ZEL_SAME(alc.extra));
-            ZEL_FUZZ_CHECK(got.alc.sensor_type == static_cast<float>(hrmCode));
-            break;
-        case SENSOR_LISTENER_VENDOR_1002A: ZEL_FUZZ_CHECK(ZEL_SAME(vendor_1002a.values)); break;
-        case SENSOR_LISTENER_VENDOR_1002F: ZEL_FUZZ_CHECK(ZEL_SAME(vendor_1002f)); break;
-        case SENSOR_LISTENER_ROTATION_VECTOR:
-            ZEL_FUZZ_CHECK(ZEL_SAME(rotation.x) && ZEL_SAME(rotation.y) && ZEL_SAME(rotation.z) &&
-                           ZEL_SAME(rotation.w) && ZEL_SAME(rotation.accuracy) && ZEL_SAME(rotation.timestamp));
-            break;
+            case SENSOR_LISTENER_ACCELEROMETER:
+                ZEL_FUZZ_CHECK(ZEL_SAME(accel.x) && ZEL_SAME(accel.y) && ZEL_SAME(accel.z));
+                break;
+            case SENSOR_LISTENER_GYROSCOPE: {
+                ZEL_FUZZ_CHECK(ZEL_SAME(gyro.x) && ZEL_SAME(gyro.y) && ZEL_SAME(gyro.z) && ZEL_SAME(gyro.timestamp));
+                const SensorListenerExtraDataInternal stats = SensorListenerTestPeer::Latencies(listener);
+                const bool average = statistics && stats.latency_count > 0;
+                ZEL_FUZZ_CHECK(extra.avg_latency_ns == (average ? stats.latency_sum / stats.latency_count : -1));
+                break;
+            }
+            case SENSOR_LISTENER_LIGHT: ZEL_FUZZ_CHECK(ZEL_SAME(light)); break;
+            case SENSOR_LISTENER_DEVICE_ORIENTATION:
+                ZEL_FUZZ_CHECK(got.orientation == want.orientation && got.orientation <= 3);
+                break;
+            case SENSOR_LISTENER_ALC:
+                ZEL_FUZZ_CHECK(ZEL_SAME(alc.value) && ZEL_SAME(alc.status) && ZEL_SAME(alc.extra));
+                ZEL_FUZZ_CHECK(got.alc.sensor_type == static_cast<float>(hrmCode));
+                break;
+            case SENSOR_LISTENER_VENDOR_1002A: ZEL_FUZZ_CHECK(ZEL_SAME(vendor_1002a.values)); break;
+            case SENSOR_LISTENER_VENDOR_1002F: ZEL_FUZZ_CHECK(ZEL_SAME(vendor_1002f)); break;
+            case SENSOR_LISTENER_ROTATION_VECTOR:
+                ZEL_FUZZ_CHECK(ZEL_SAME(rotation.x) && ZEL_SAME(rotation.y) && ZEL_SAME(rotation.z) &&
+                               ZEL_SAME(rotation.w) && ZEL_SAME(rotation.accuracy) && ZEL_SAME(rotation.timestamp));
+                break;
         }
 #undef ZEL_SAME
     }

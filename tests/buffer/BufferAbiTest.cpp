@@ -33,11 +33,12 @@ TEST(BufferAbiTest, RecordLayouts) {
 
 TEST(BufferAbiTest, VirtualSlotsFollowTheDestructors) {
     using H = IZelBufferHandler;
-    const std::ptrdiff_t offsets[] = {VtableOffset(&H::Lock),     VtableOffset(&H::LockYCbCr),
-                                      VtableOffset(&H::Unlock),   VtableOffset(&H::Allocate),
-                                      VtableOffset(&H::Free),     VtableOffset(&H::GetAccessRegion)};
+    const std::ptrdiff_t offsets[] = {VtableOffset(&H::Lock),   VtableOffset(&H::LockYCbCr),
+                                      VtableOffset(&H::Unlock), VtableOffset(&H::Allocate),
+                                      VtableOffset(&H::Free),   VtableOffset(&H::GetAccessRegion)};
     // Slots 0 and 1 are the two destructors.
-    for (std::size_t i = 0; i < std::size(offsets); ++i) EXPECT_EQ(offsets[i], std::ptrdiff_t(i + 2) * sizeof(void*)) << i;
+    for (std::size_t i = 0; i < std::size(offsets); ++i)
+        EXPECT_EQ(offsets[i], std::ptrdiff_t(i + 2) * sizeof(void*)) << i;
 }
 
 }  // namespace

@@ -28,10 +28,20 @@ TEST(FindYuvFormatTest, ClassifiesByStepAndChromaOrder) {
         int id;
     };
     const Case cases[] = {
-        {p, p + 1, 2, 0},     {p + 1, p, 2, 1},   {p, p + 2, 2, 1000}, {p, p, 2, 1000},
-        {p, p, 1, 3},         {p, p + 100, 1, 3}, {p + 100, p, 1, 2},  {p, p + 2, 4, 5},
-        {p + 2, p, 4, 1000},  {p, p + 1, 4, 1000}, {p, p + 1, 0, 1000}, {p, p + 1, 3, 1000},
-        {nullptr, nullptr, 1, 3}, {nullptr, nullptr, 2, 1000},
+        {p, p + 1, 2, 0},
+        {p + 1, p, 2, 1},
+        {p, p + 2, 2, 1000},
+        {p, p, 2, 1000},
+        {p, p, 1, 3},
+        {p, p + 100, 1, 3},
+        {p + 100, p, 1, 2},
+        {p, p + 2, 4, 5},
+        {p + 2, p, 4, 1000},
+        {p, p + 1, 4, 1000},
+        {p, p + 1, 0, 1000},
+        {p, p + 1, 3, 1000},
+        {nullptr, nullptr, 1, 3},
+        {nullptr, nullptr, 2, 1000},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(IZelBufferHandler::FindYuvFormat(c.cb, c.cr, c.step), c.id)
@@ -232,7 +242,8 @@ TEST_F(BufferHandlerTest, AnyPlatformStatusButZeroIsOne) {
         const native_handle* other = nullptr;
         unsigned int stride = 99;
         control::FailNextCall(control::Call::kAllocate, status);
-        EXPECT_EQ(m_handler->Allocate(8, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 1, kCameraUsage, &other, &stride, "t"), 1);
+        EXPECT_EQ(m_handler->Allocate(8, 8, GET_HAL_PIXEL_FORMAT_RGBA_8888(), 1, kCameraUsage, &other, &stride, "t"),
+                  1);
         EXPECT_EQ(other, nullptr);
         EXPECT_EQ(stride, 99u);
 
@@ -253,10 +264,10 @@ TEST_F(BufferHandlerTest, AccessRegionPrefersTheBufferSize) {
         int width, height;
     };
     const Case cases[] = {
-        {handle, blob, control::Call::kLock, 640, 480},       {handle, raw, control::Call::kLock, 640, 480},
-        {handle, flexible, control::Call::kLock, 640, 480},   {handle, flexible, control::Call::kGetHeight, 10, 20},
-        {handle, blob, control::Call::kGetWidth, 30, 40},     {nullptr, blob, control::Call::kLock, 30, 40},
-        {nullptr, raw, control::Call::kLock, 30, 40},         {nullptr, flexible, control::Call::kLock, 10, 20},
+        {handle, blob, control::Call::kLock, 640, 480},     {handle, raw, control::Call::kLock, 640, 480},
+        {handle, flexible, control::Call::kLock, 640, 480}, {handle, flexible, control::Call::kGetHeight, 10, 20},
+        {handle, blob, control::Call::kGetWidth, 30, 40},   {nullptr, blob, control::Call::kLock, 30, 40},
+        {nullptr, raw, control::Call::kLock, 30, 40},       {nullptr, flexible, control::Call::kLock, 10, 20},
     };
     for (const Case& c : cases) {
         if (c.failing != control::Call::kLock) control::FailNextCall(c.failing, -22);

@@ -27,7 +27,7 @@ TEST(NativeHandleRoTest, DescriptorsComeFirstThenIntegers) {
         int fds, ints, index, fd, integer;
     };
     const Case cases[] = {
-        {2, 3, 0, 100, 102}, {2, 3, 1, 101, 103}, {2, 3, 2, kBad, 104}, {2, 3, 3, kBad, kBad},
+        {2, 3, 0, 100, 102},    {2, 3, 1, 101, 103},  {2, 3, 2, kBad, 104}, {2, 3, 3, kBad, kBad},
         {2, 3, -1, kBad, kBad}, {0, 2, 0, kBad, 100}, {0, 2, 1, kBad, 101}, {0, 0, 0, kBad, kBad},
     };
     for (const Case& c : cases) {

@@ -26,7 +26,8 @@ namespace {
 TEST(Handlers, OneObjectEachAcrossThreads) {
     std::vector<std::pair<IZelCameraMetadataHandler*, IZelHardwareHandler*>> seen(8);
     std::vector<std::thread> threads;
-    for (auto& slot : seen) threads.emplace_back([&slot] { slot = {GetCameraMetadataHandler(), IZelHardwareHandler::GetInstance()}; });
+    for (auto& slot : seen)
+        threads.emplace_back([&slot] { slot = {GetCameraMetadataHandler(), IZelHardwareHandler::GetInstance()}; });
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(std::set<decltype(seen)::value_type>(seen.begin(), seen.end()).size(), 1u);
     EXPECT_NE(seen[0].first, nullptr);
@@ -36,17 +37,34 @@ TEST(Handlers, OneObjectEachAcrossThreads) {
 TEST(Handlers, VirtualSlotsFollowTheDestructorsInOrder) {
     using H = IZelCameraMetadataHandler;
     const std::ptrdiff_t offsets[] = {
-        VtableOffset(&H::SetVendorOps),      VtableOffset(&H::SetVendorCacheOps), VtableOffset(&H::FindEntry),
-        VtableOffset(&H::UpdateEntry),       VtableOffset(&H::GetEntryCount),     VtableOffset(&H::GetDataCount),
-        VtableOffset(&H::Allocate),          VtableOffset(&H::Append),            VtableOffset(&H::Free),
-        VtableOffset(&H::Clone),             VtableOffset(&H::ValidateStructure), VtableOffset(&H::GetRoEntry),
-        VtableOffset(&H::GetSectionName),    VtableOffset(&H::GetTagName),        VtableOffset(&H::FindRoEntry),
-        VtableOffset(&H::GetEntryCapacity),  VtableOffset(&H::GetDataCapacity),   VtableOffset(&H::CalculateEntryDataSize),
-        VtableOffset(&H::AddEntry),          VtableOffset(&H::DeleteEntry),       VtableOffset(&H::GetEntry),
-        VtableOffset(&H::GetTagType),        VtableOffset(&H::GetSectionBounds),  VtableOffset(&H::Sort),
+        VtableOffset(&H::SetVendorOps),
+        VtableOffset(&H::SetVendorCacheOps),
+        VtableOffset(&H::FindEntry),
+        VtableOffset(&H::UpdateEntry),
+        VtableOffset(&H::GetEntryCount),
+        VtableOffset(&H::GetDataCount),
+        VtableOffset(&H::Allocate),
+        VtableOffset(&H::Append),
+        VtableOffset(&H::Free),
+        VtableOffset(&H::Clone),
+        VtableOffset(&H::ValidateStructure),
+        VtableOffset(&H::GetRoEntry),
+        VtableOffset(&H::GetSectionName),
+        VtableOffset(&H::GetTagName),
+        VtableOffset(&H::FindRoEntry),
+        VtableOffset(&H::GetEntryCapacity),
+        VtableOffset(&H::GetDataCapacity),
+        VtableOffset(&H::CalculateEntryDataSize),
+        VtableOffset(&H::AddEntry),
+        VtableOffset(&H::DeleteEntry),
+        VtableOffset(&H::GetEntry),
+        VtableOffset(&H::GetTagType),
+        VtableOffset(&H::GetSectionBounds),
+        VtableOffset(&H::Sort),
     };
     // Slots 0 and 1 are the two destructors.
-    for (std::size_t i = 0; i < std::size(offsets); ++i) EXPECT_EQ(offsets[i], std::ptrdiff_t(i + 2) * sizeof(void*)) << i;
+    for (std::size_t i = 0; i < std::size(offsets); ++i)
+        EXPECT_EQ(offsets[i], std::ptrdiff_t(i + 2) * sizeof(void*)) << i;
     EXPECT_EQ(VtableOffset(&IZelHardwareHandler::GetModule), 2 * std::ptrdiff_t(sizeof(void*)));
 }
 

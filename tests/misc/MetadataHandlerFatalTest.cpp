@@ -7,9 +7,7 @@
 #include <zelkov_platform/log_control.h>
 
 // Stands in for the library's internal accessor: no handler.
-extern "C" zelkov::IZelCameraMetadataHandler* _GetCameraMetadataHandler() {
-    return nullptr;
-}
+extern "C" zelkov::IZelCameraMetadataHandler* _GetCameraMetadataHandler() { return nullptr; }
 
 namespace {
 

@@ -16,10 +16,18 @@ TEST_F(AlcStatusTest, ChipNameFileGivesTheChipCode) {
         const char* content;
         int code;
     } cases[] = {
-        {"MAX86900\n", 0}, {"MAX86907B\n", 1}, {"MAX86909\n", 3}, {"MAX86902\n", 2}, {"ADPD143RI\n", 4},
-        {"MAX86906\n", 0}, {"MAX86917\n", 1},  {"SFH7832\n", 6},  {"MAX86915\n", 7}, {"TMD4906\n", 1},
-        {"MAX86915", 1},  // last character left out: "MAX8691" matches MAX86917 first
-        {"\n", 0},        // nothing compared: the first entry matches
+        {"MAX86900\n", 0},
+        {"MAX86907B\n", 1},
+        {"MAX86909\n", 3},
+        {"MAX86902\n", 2},
+        {"ADPD143RI\n", 4},
+        {"MAX86906\n", 0},
+        {"MAX86917\n", 1},
+        {"SFH7832\n", 6},
+        {"MAX86915\n", 7},
+        {"TMD4906\n", 1},
+        {"MAX86915", 1},                            // last character left out: "MAX8691" matches MAX86917 first
+        {"\n", 0},                                  // nothing compared: the first entry matches
         {"MAX86915MAX86915MAX86915MAX86915\n", 1},  // cut to 23 characters by the read
     };
     SetRearLightNameFile("als_rear\n");  // ignored while the HRM file exists

@@ -62,9 +62,10 @@ TEST_F(IntakeTest, ReadErrorEndsThePassAndOnlyARealErrorIsLogged) {
         EXPECT_EQ(zelkov_platform::GetEventsResults(), (std::vector<long>{error}));
         EXPECT_FALSE(Peer::NewData(*listener)) << "the pass ended at the error";
         EXPECT_EQ(capture.Messages().size(), error == -4 ? 1u : 0u);
-        EXPECT_EQ(capture.Count(1, std::string("SensorListener.cpp: sensor_events_listener: 262: reading events failed: ") +
-                                       strerror(4)),
-                  error == -4 ? 1 : 0);
+        EXPECT_EQ(
+            capture.Count(1, std::string("SensorListener.cpp: sensor_events_listener: 262: reading events failed: ") +
+                                 strerror(4)),
+            error == -4 ? 1 : 0);
     }
 }
 

@@ -66,7 +66,8 @@ TEST_F(QueryTest, CopiesOnlyTheRequestedMember) {
     ASSERT_EQ(listener->GetSensorData(SENSOR_LISTENER_ACCELEROMETER, &event, false, nullptr), 0);
     EXPECT_EQ(event.accel.x, 1.5f);
     EXPECT_EQ(event.accel.z, 3.5f);
-    for (float other : {event.gyro.x, event.light, event.alc.value, event.vendor_1002f, event.rotation.w}) EXPECT_EQ(other, 7);
+    for (float other : {event.gyro.x, event.light, event.alc.value, event.vendor_1002f, event.rotation.w})
+        EXPECT_EQ(other, 7);
 }
 
 TEST_F(QueryTest, AlcReportsTheChipCodeAsSensorType) {

@@ -20,7 +20,7 @@ struct SensorListenerTestPeer {
     static void AttachQueue(SensorListener& listener) {
         listener.m_looper = ALooper_forCamera();
         listener.m_event_queue = ASensorManager_createEventQueue(ASensorManager_getInstanceForPackage(nullptr),
-                                                                  listener.m_looper, 0, nullptr, nullptr);
+                                                                 listener.m_looper, 0, nullptr, nullptr);
     }
     static void DetachQueue(SensorListener& listener) {
         ASensorManager_destroyEventQueue(ASensorManager_getInstanceForPackage(nullptr), listener.m_event_queue);

@@ -43,7 +43,8 @@ TEST_F(StressTest, ConcurrentControlAndQueriesWhileSensorsStream) {
                 // -19 gives back another thread's second enable; the retry then
                 // switches the type off for both, and the other's disable finds it off.
                 int disabled = -19;
-                for (int attempt = 0; attempt < 8 && disabled == -19; ++attempt) disabled = listener->DisableSensor(type);
+                for (int attempt = 0; attempt < 8 && disabled == -19; ++attempt)
+                    disabled = listener->DisableSensor(type);
                 EXPECT_EQ(disabled, 0);
                 EXPECT_EQ(UnloadSensorListener(&listener), 0);
             }

@@ -48,12 +48,8 @@ extern "C" FILE* fopen(const char* path, const char* mode) {
 
 namespace zelkov_test {
 
-void SetHrmNameFile(const char* content) {
-    SetNameFile(g_hrm, content);
-}
+void SetHrmNameFile(const char* content) { SetNameFile(g_hrm, content); }
 
-void SetRearLightNameFile(const char* content) {
-    SetNameFile(g_rear, content);
-}
+void SetRearLightNameFile(const char* content) { SetNameFile(g_rear, content); }
 
 }  // namespace zelkov_test

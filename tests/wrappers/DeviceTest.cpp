@@ -33,7 +33,8 @@ TEST(DeviceLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
         SLOT(ZelCamera3DeviceOps, Initialize, 0, camera3_device_ops, initialize),
         SLOT(ZelCamera3DeviceOps, ConfigureStreams, 4, camera3_device_ops, configure_streams),
         SLOT(ZelCamera3DeviceOps, RegisterStreamBuffers, 8, camera3_device_ops, register_stream_buffers),
-        SLOT(ZelCamera3DeviceOps, ConstructDefaultRequestSettings, 12, camera3_device_ops, construct_default_request_settings),
+        SLOT(ZelCamera3DeviceOps, ConstructDefaultRequestSettings, 12, camera3_device_ops,
+             construct_default_request_settings),
         SLOT(ZelCamera3DeviceOps, ProcessCaptureRequest, 16, camera3_device_ops, process_capture_request),
         SLOT(ZelCamera3DeviceOps, GetMetadataVendorTagOps, 20, camera3_device_ops, get_metadata_vendor_tag_ops),
         SLOT(ZelCamera3DeviceOps, Dump, 24, camera3_device_ops, dump),
@@ -57,8 +58,9 @@ TEST(DeviceCopies, ArraysAndEmbeddedRecordsAreCopiedWholeAndNoMore) {
     const std::size_t bodyAt = FIELD_AT(8, camera3_notify_msg, message);
     EXPECT_EQ(WrittenBy<ZelCamera3NotifyMsg>([&](auto& n) { n.SetErrorMsg(Borrow<ZelCamera3ErrorMsg>(error).Ptr()); }),
               Span(bodyAt, ZelCamera3ErrorMsg::Size()));
-    EXPECT_EQ(WrittenBy<ZelCamera3NotifyMsg>([&](auto& n) { n.SetShutterMsg(Borrow<ZelCamera3ShutterMsg>(shutter).Ptr()); }),
-              Span(bodyAt, ZelCamera3ShutterMsg::Size()));
+    EXPECT_EQ(
+        WrittenBy<ZelCamera3NotifyMsg>([&](auto& n) { n.SetShutterMsg(Borrow<ZelCamera3ShutterMsg>(shutter).Ptr()); }),
+        Span(bodyAt, ZelCamera3ShutterMsg::Size()));
     EXPECT_EQ(WrittenBy<ZelCamera3Device>([&](auto& d) { d.SetHwDevice(Borrow<ZelHwDevice>(hwDevice).Ptr()); }),
               Span(0, ZelHwDevice::Size()));
     // An absent slot: the setter writes nothing, the getter answers null.

@@ -22,14 +22,16 @@
 namespace zelkov_test {
 
 // The 32-bit offset on the target; the compiler's offset elsewhere.
-#define FIELD_AT(offset32, record, member) (::zelkov_test::kIs32BitArm ? std::size_t{offset32} : offsetof(record, member))
+#define FIELD_AT(offset32, record, member) \
+    (::zelkov_test::kIs32BitArm ? std::size_t{offset32} : offsetof(record, member))
 
 // One row: accessor pair Get<Name>/Set<Name> (or GetFn/SetFn for a slot) of
 // wrapper W over member `member` of record R, at `offset32` on the target.
 #define FIELD(W, Name, offset32, R, member) \
     ::zelkov_test::Field(#W "::" #Name, FIELD_AT(offset32, R, member), &W::Get##Name, &W::Set##Name, sizeof(R::member))
-#define SLOT(W, Name, offset32, R, member) \
-    ::zelkov_test::Field(#W "::" #Name, FIELD_AT(offset32, R, member), &W::GetFn##Name, &W::SetFn##Name, sizeof(R::member))
+#define SLOT(W, Name, offset32, R, member)                                                               \
+    ::zelkov_test::Field(#W "::" #Name, FIELD_AT(offset32, R, member), &W::GetFn##Name, &W::SetFn##Name, \
+                         sizeof(R::member))
 
 // Fill of the records that copying setters read: it differs from both probe
 // fills, and the guard bytes after the source carry it too, so a copy of even

@@ -11,9 +11,9 @@
 #include <android/wrappers/ZelCamera3Stream.h>
 #include <android/wrappers/internal/StreamRecords.h>
 
+using zelkov::zel_camera3_stream;
 using zelkov::ZelCamera3HalStream;
 using zelkov::ZelCamera3Stream;
-using zelkov::zel_camera3_stream;
 
 static_assert(std::is_nothrow_move_constructible_v<ZelCamera3Stream> &&
                   std::is_nothrow_move_assignable_v<ZelCamera3Stream> &&

@@ -61,9 +61,11 @@ TEST(RequestLayout, EveryAccessorPairReachesExactlyItsFieldsBytes) {
 
 TEST(RequestLayout, AbsentFieldsHaveFixedValuesAndSettersWriteNothing) {
     int privateData = 0;
-    EXPECT_TRUE(WrittenBy<ZelCamera3CaptureRequest>([](auto& r) { r.SetInputWidth(640), r.SetInputHeight(480); }).empty());
+    EXPECT_TRUE(
+        WrittenBy<ZelCamera3CaptureRequest>([](auto& r) { r.SetInputWidth(640), r.SetInputHeight(480); }).empty());
     EXPECT_TRUE(WrittenBy<ZelCamera3StreamBuffer>([&](auto& b) { b.SetPriv(&privateData); }).empty());
-    EXPECT_TRUE(WrittenBy<ZelCamera3StreamConfiguration>([](auto& c) { c.SetMultiResolutionInputImage(true); }).empty());
+    EXPECT_TRUE(
+        WrittenBy<ZelCamera3StreamConfiguration>([](auto& c) { c.SetMultiResolutionInputImage(true); }).empty());
     ZelCamera3CaptureRequest request;
     ZelCamera3StreamBuffer buffer;
     EXPECT_EQ(request.GetInputWidth() + request.GetInputHeight(), 0u);

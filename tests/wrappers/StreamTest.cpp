@@ -89,7 +89,8 @@ TEST(HalStreamAttachment, SetIgnoresNullClearDetachesAndGettersReadThrough) {
     EXPECT_FALSE(stream.HasHalStream());
     EXPECT_EQ(stream.GetHalStream(), nullptr);
     EXPECT_EQ(stream.GetHalStreamFormat() + stream.GetHalStreamProducerUsage() + stream.GetHalStreamConsumerUsage() +
-                  stream.GetHalStreamMaxBuffers(), 0u);
+                  stream.GetHalStreamMaxBuffers(),
+              0u);
     EXPECT_EQ(stream.GetNumReserved(), 1u);
 
     ZelCamera3HalStream hal;

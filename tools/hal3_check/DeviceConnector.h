@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_DEVICE_CONNECTOR_H
+#define HAL3_CHECK_DEVICE_CONNECTOR_H
 // One open camera device, driven through camera3_device_ops as the camera
 // service drives it. Every call into the device is marked for the watchdog.
 // Its callbacks copy into the attached ResultChecker and return; a callback
@@ -36,10 +37,10 @@ public:
     int Flush();
     // Closes the device; callbacks from then on are failures.
     int Close();
-    void Attach(ResultChecker* checker) { checker_.store(checker); }
-    camera3_device_t* device() const { return device_; }
+    void Attach(ResultChecker* checker) { m_checker.store(checker); }
+    camera3_device_t* device() const { return m_device; }
     // Callbacks that came after close.
-    int lateCallbacks() const { return late_.load(); }
+    int lateCallbacks() const { return m_late.load(); }
 
 private:
     DeviceConnector();
@@ -54,12 +55,14 @@ private:
 
     struct Ops : camera3_callback_ops_t {
         DeviceConnector* self;
-    } ops_{};
-    camera3_device_t* device_ = nullptr;
-    std::atomic<ResultChecker*> checker_{nullptr};
-    std::atomic<bool> closing_{false}, closed_{false};
-    std::atomic<int> active_{0};        // callbacks inside the checker now
-    std::atomic<int> duringClose_{0}, late_{0};
+    } m_ops{};
+    camera3_device_t* m_device = nullptr;
+    std::atomic<ResultChecker*> m_checker{nullptr};
+    std::atomic<bool> m_closing{false}, m_closed{false};
+    std::atomic<int> m_active{0};  // callbacks inside the checker now
+    std::atomic<int> m_duringClose{0}, m_late{0};
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_DEVICE_CONNECTOR_H

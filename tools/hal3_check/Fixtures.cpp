@@ -12,7 +12,7 @@
 namespace hal3_check {
 
 BufferPool::~BufferPool() {
-    for (auto& b : buffers_) GrallocHelper::Free(&b);
+    for (auto& b : m_buffers) GrallocHelper::Free(&b);
 }
 
 std::string BufferPool::Allocate(const camera3_stream_t& stream, uint32_t count, uint32_t blobBytes) {
@@ -26,37 +26,37 @@ std::string BufferPool::Allocate(const camera3_stream_t& stream, uint32_t count,
         GrallocBuffer b;
         std::string err = GrallocHelper::Allocate(width, height, stream.format, stream.usage | kUsageSwReadOften, &b);
         if (!err.empty()) return err;
-        buffers_.push_back(b);
-        free_.push_back(&buffers_.back().handle);
+        m_buffers.push_back(b);
+        m_free.push_back(&m_buffers.back().handle);
     }
     return "";
 }
 
 buffer_handle_t* BufferPool::Acquire(int64_t timeoutNs) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (!cv_.wait_for(lock, std::chrono::nanoseconds(timeoutNs), [&] { return !free_.empty(); })) return nullptr;
-    buffer_handle_t* h = free_.front();
-    free_.pop_front();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (!m_cv.wait_for(lock, std::chrono::nanoseconds(timeoutNs), [&] { return !m_free.empty(); })) return nullptr;
+    buffer_handle_t* h = m_free.front();
+    m_free.pop_front();
     return h;
 }
 
 void BufferPool::Release(buffer_handle_t* handle) {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        free_.push_back(handle);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_free.push_back(handle);
     }
-    cv_.notify_one();
+    m_cv.notify_one();
 }
 
 const GrallocBuffer* BufferPool::Find(const buffer_handle_t* handle) const {
-    for (const auto& b : buffers_)
+    for (const auto& b : m_buffers)
         if (&b.handle == handle) return &b;
     return nullptr;
 }
 
 int StreamFixture::IndexOf(const camera3_stream_t* s) const {
-    for (size_t i = 0; i < streams_.size(); ++i)
-        if (streams_[i].get() == s) return int(i);
+    for (size_t i = 0; i < m_streams.size(); ++i)
+        if (m_streams[i].get() == s) return int(i);
     return -1;
 }
 
@@ -71,13 +71,14 @@ bool SameSpec(const StreamSpec& a, const StreamSpec& b) {
 
 }  // namespace
 
-int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures) {
+int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes,
+                             std::vector<std::string>* failures) {
     // The device may still look at the old records during the call.
-    std::vector<std::unique_ptr<camera3_stream_t>> old = std::move(streams_);
-    std::vector<StreamSpec> oldSpecs = std::move(specs_);
-    streams_.clear();
-    specs_.clear();
-    pools_.clear();
+    std::vector<std::unique_ptr<camera3_stream_t>> old = std::move(m_streams);
+    std::vector<StreamSpec> oldSpecs = std::move(m_specs);
+    m_streams.clear();
+    m_specs.clear();
+    m_pools.clear();
     std::vector<camera3_stream_t*> list;
     for (const auto& s : specs) {
         std::unique_ptr<camera3_stream_t> stream;
@@ -96,15 +97,16 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
         stream->format = s.format;
         stream->usage = s.consumerUsage;
         list.push_back(stream.get());
-        streams_.push_back(std::move(stream));
-        specs_.push_back(s);
+        m_streams.push_back(std::move(stream));
+        m_specs.push_back(s);
     }
-    camera3_stream_configuration_t config{uint32_t(list.size()), list.data(), CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE, nullptr};
-    int rc = device_->Configure(&config);
+    camera3_stream_configuration_t config{uint32_t(list.size()), list.data(), CAMERA3_STREAM_CONFIGURATION_NORMAL_MODE,
+                                          nullptr};
+    int rc = m_device->Configure(&config);
     if (rc != 0) return rc;
-    for (size_t i = 0; i < streams_.size(); ++i) {
-        const camera3_stream_t& s = *streams_[i];
-        const StreamSpec& asked = specs_[i];
+    for (size_t i = 0; i < m_streams.size(); ++i) {
+        const camera3_stream_t& s = *m_streams[i];
+        const StreamSpec& asked = m_specs[i];
         std::string name = "stream " + std::to_string(i) + " (" + std::to_string(asked.width) + "x" +
                            std::to_string(asked.height) + ")";
         if (s.max_buffers == 0) failures->push_back(Finding("configure-max-buffers", name + ": max_buffers is 0"));
@@ -112,100 +114,103 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
             failures->push_back(Finding("configure-usage", name + ": no producer usage (camera or CPU write) set"));
         if ((asked.format != kFormatImplementationDefined && s.format != asked.format) || s.width != asked.width ||
             s.height != asked.height)
-            failures->push_back(Finding("configure-stream-changed", name + ": the device changed it to format " +
-                                                                        std::to_string(s.format) + " " + std::to_string(s.width) +
-                                                                        "x" + std::to_string(s.height)));
+            failures->push_back(Finding("configure-stream-changed",
+                                        name + ": the device changed it to format " + std::to_string(s.format) + " " +
+                                            std::to_string(s.width) + "x" + std::to_string(s.height)));
         auto pool = std::make_unique<BufferPool>();
         std::string err = pool->Allocate(s, std::max<uint32_t>(s.max_buffers, 1), blobBytes);
         if (!err.empty()) failures->push_back(Finding("buffer-alloc", "stream " + std::to_string(i) + ": " + err));
-        pools_.push_back(std::move(pool));
+        m_pools.push_back(std::move(pool));
     }
     return 0;
 }
 
 FrameFixture::FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
                            std::string prefix)
-    : device_(device), streams_(streams), checker_(checker), stallNs_(stallNs), prefix_(std::move(prefix)) {
-    checker_->SetInspector([this](uint32_t frame, const ReturnedBuffer& b) { return Inspect(frame, b); });
+    : m_device(device), m_streams(streams), m_checker(checker), m_stallNs(stallNs), m_prefix(std::move(prefix)) {
+    m_checker->SetInspector([this](uint32_t frame, const ReturnedBuffer& b) { return Inspect(frame, b); });
 }
 
-int FrameFixture::Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes, uint32_t* frameOut) {
+int FrameFixture::Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes,
+                         uint32_t* frameOut) {
     std::vector<camera3_stream_buffer_t> buffers;
     for (size_t i : streamIndexes) {
-        buffer_handle_t* h = streams_->pool(i).Acquire(stallNs_);
+        buffer_handle_t* h = m_streams->pool(i).Acquire(m_stallNs);
         if (h == nullptr) {
             // Every buffer of the stream is still with the device.
-            for (auto& b : buffers) streams_->pool(size_t(streams_->IndexOf(b.stream))).Release(b.buffer);
-            checker_->WaitIdle();
+            for (auto& b : buffers) m_streams->pool(size_t(m_streams->IndexOf(b.stream))).Release(b.buffer);
+            m_checker->WaitIdle();
             return -ETIMEDOUT;
         }
-        buffers.push_back({streams_->stream(i), h, CAMERA3_BUFFER_STATUS_OK, -1, -1});
+        buffers.push_back({m_streams->stream(i), h, CAMERA3_BUFFER_STATUS_OK, -1, -1});
     }
     camera3_capture_request_t request{};
-    request.frame_number = nextFrame_++;
-    request.settings = settings == lastSettings_ ? nullptr : settings;
+    request.frame_number = m_nextFrame++;
+    request.settings = settings == m_lastSettings ? nullptr : settings;
     request.num_output_buffers = uint32_t(buffers.size());
     request.output_buffers = buffers.data();
     if (frameOut) *frameOut = request.frame_number;
-    checker_->OnSubmit(request);
-    int rc = device_->Submit(&request);
+    m_checker->OnSubmit(request);
+    int rc = m_device->Submit(&request);
     if (rc != 0) {
-        checker_->OnSubmitFailed(request.frame_number);
-        checker_->Sync();
-        for (auto& b : buffers) streams_->pool(size_t(streams_->IndexOf(b.stream))).Release(b.buffer);
+        m_checker->OnSubmitFailed(request.frame_number);
+        m_checker->Sync();
+        for (auto& b : buffers) m_streams->pool(size_t(m_streams->IndexOf(b.stream))).Release(b.buffer);
         return rc;
     }
-    lastSettings_ = settings;
+    m_lastSettings = settings;
     return 0;
 }
 
 void FrameFixture::DumpFrame(uint32_t frame) {
-    std::lock_guard<std::mutex> lock(dumpMutex_);
-    dumpFrames_.insert(frame);
+    std::lock_guard<std::mutex> lock(m_dumpMutex);
+    m_dumpFrames.insert(frame);
 }
 
 std::vector<std::string> FrameFixture::dumped() {
-    std::lock_guard<std::mutex> lock(dumpMutex_);
-    return dumped_;
+    std::lock_guard<std::mutex> lock(m_dumpMutex);
+    return m_dumped;
 }
 
 std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
-    int index = streams_->IndexOf(b.stream);
+    int index = m_streams->IndexOf(b.stream);
     if (index < 0) return Finding("buffer-once", "frame " + std::to_string(frame) + ": buffer of an unknown stream");
-    BufferPool& pool = streams_->pool(size_t(index));
+    BufferPool& pool = m_streams->pool(size_t(index));
     const GrallocBuffer* buffer = pool.Find(b.handle);
     std::string failure;
     bool dump;
     {
-        std::lock_guard<std::mutex> lock(dumpMutex_);
-        dump = dumpFrames_.count(frame) > 0;
+        std::lock_guard<std::mutex> lock(m_dumpMutex);
+        dump = m_dumpFrames.count(frame) > 0;
     }
     if (buffer != nullptr && b.status == CAMERA3_BUFFER_STATUS_OK) {
-        std::string name = prefix_ + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
+        std::string name = m_prefix + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
         if (buffer->format == kFormatBlob) {
             std::vector<uint8_t> blob, jpeg;
             if (!GrallocHelper::ReadBytes(*buffer, &blob)) return Finding("buffer-lock", "cannot lock a JPEG buffer");
             failure = CheckJpegBlob(blob, b.stream->width, b.stream->height, &jpeg);
-            ++jpegs_;
+            ++m_jpegs;
             if (failure.empty() && options().dumpFrames) {
                 std::string path = Report::Get().WriteFile(name + ".jpg", jpeg);
-                std::lock_guard<std::mutex> lock(dumpMutex_);
-                if (!path.empty()) dumped_.push_back(path);
+                std::lock_guard<std::mutex> lock(m_dumpMutex);
+                if (!path.empty()) m_dumped.push_back(path);
             }
         } else {
             std::vector<uint8_t> luma;
-            if (decodeFrameNumbers_) {
-                if (!GrallocHelper::ReadLuma(*buffer, 1, &luma)) return Finding("buffer-lock", "cannot lock a YUV buffer");
+            if (m_decodeFrameNumbers) {
+                if (!GrallocHelper::ReadLuma(*buffer, 1, &luma))
+                    return Finding("buffer-lock", "cannot lock a YUV buffer");
                 int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
                 if (drawn >= 0 && drawn != int64_t(frame))
-                    failure = Finding("stale-frame", "frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
-                                                         " holds the picture of frame " + std::to_string(drawn));
+                    failure =
+                        Finding("stale-frame", "frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
+                                                   " holds the picture of frame " + std::to_string(drawn));
             }
             std::vector<uint8_t> rgb;
             if (dump && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
                 std::string path = Report::Get().WritePng(name + ".png", rgb, buffer->width, buffer->height);
-                std::lock_guard<std::mutex> lock(dumpMutex_);
-                if (!path.empty()) dumped_.push_back(path);
+                std::lock_guard<std::mutex> lock(m_dumpMutex);
+                if (!path.empty()) m_dumped.push_back(path);
             }
         }
     }
@@ -230,12 +235,13 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
     // White, yellow, cyan, green, magenta, red, blue, black: luma falls bar to
     // bar; the signs of Cb and Cr ('+' high, '-' low, '0' neutral, '.' too
     // weak to tell: yellow's Cr and blue's Cr are only ~8 % off neutral).
-    static const char* const kBars[8][2] = {{"white", "00"}, {"yellow", "-."}, {"cyan", "+-"}, {"green", "--"},
-                                             {"magenta", "++"}, {"red", "-+"}, {"blue", "+."}, {"black", "00"}};
+    static const char* const kBars[8][2] = {{"white", "00"},   {"yellow", "-."}, {"cyan", "+-"}, {"green", "--"},
+                                            {"magenta", "++"}, {"red", "-+"},    {"blue", "+."}, {"black", "00"}};
     constexpr int kLumaStep = 8, kChroma = 16;  // margins for rounding and range
     auto sign = [](int c) { return c - 128 >= kChroma ? '+' : c - 128 <= -kChroma ? '-' : '0'; };
     std::vector<uint8_t> row;
-    if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row)) return {Finding("buffer-lock", "cannot lock a YUV buffer")};
+    if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row))
+        return {Finding("buffer-lock", "cannot lock a YUV buffer")};
     std::vector<std::string> failures;
     for (uint32_t i = 0; i < 8; ++i) {
         const uint8_t* p = row.data() + size_t((2 * i + 1) * picture.width / 16) * 3;  // the bar's centre
@@ -244,11 +250,13 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
         bool ok = i == 0 || p[0] + kLumaStep <= previous[0];
         for (size_t c = 0; c < 2; ++c) ok &= want[c] == '.' || want[c] == signs[c];
         if (!ok)
-            failures.push_back(Finding("test-pattern", "bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " +
-                               std::to_string(p[0]) + " Cb " + std::to_string(p[1]) + " Cr " + std::to_string(p[2]) +
-                               " (Cb/Cr signs " + signs + ", wanted " + want +
-                               (i == 0 ? ")" : "; Y must be " + std::to_string(kLumaStep) + " below the previous bar's " +
-                                                   std::to_string(previous[0]) + ")")));
+            failures.push_back(Finding(
+                "test-pattern", "bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " + std::to_string(p[0]) +
+                                    " Cb " + std::to_string(p[1]) + " Cr " + std::to_string(p[2]) + " (Cb/Cr signs " +
+                                    signs + ", wanted " + want +
+                                    (i == 0 ? ")"
+                                            : "; Y must be " + std::to_string(kLumaStep) +
+                                                  " below the previous bar's " + std::to_string(previous[0]) + ")")));
     }
     return failures;
 }
@@ -262,7 +270,8 @@ struct JpegError {
 
 }  // namespace
 
-std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg) {
+std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
+                          std::vector<uint8_t>* jpeg) {
     if (blob.size() < sizeof(camera3_jpeg_blob_t)) return Finding("jpeg-blob", "buffer smaller than the blob trailer");
     camera3_jpeg_blob_t trailer;
     memcpy(&trailer, blob.data() + blob.size() - sizeof trailer, sizeof trailer);
@@ -296,7 +305,7 @@ std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint
     jpeg_destroy_decompress(&cinfo);
     if (w != width || h != height)
         return Finding("jpeg-decode", "JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
-               std::to_string(width) + "x" + std::to_string(height));
+                                          std::to_string(width) + "x" + std::to_string(height));
     return "";
 }
 

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_FIXTURES_H
+#define HAL3_CHECK_FIXTURES_H
 // The layers a scenario stands on, after module and device: StreamFixture
 // configures streams and holds their gralloc buffers; FrameFixture submits
 // requests from the calling thread within each stream's max_buffers and
@@ -27,13 +28,13 @@ public:
     buffer_handle_t* Acquire(int64_t timeoutNs);
     void Release(buffer_handle_t* handle);
     const GrallocBuffer* Find(const buffer_handle_t* handle) const;
-    size_t size() const { return buffers_.size(); }
+    size_t size() const { return m_buffers.size(); }
 
 private:
-    std::deque<GrallocBuffer> buffers_;  // stable addresses: requests point at the handles
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    std::deque<buffer_handle_t*> free_;
+    std::deque<GrallocBuffer> m_buffers;  // stable addresses: requests point at the handles
+    std::mutex m_mutex;
+    std::condition_variable m_cv;
+    std::deque<buffer_handle_t*> m_free;
 };
 
 struct StreamSpec {
@@ -45,22 +46,22 @@ struct StreamSpec {
 
 class StreamFixture {
 public:
-    explicit StreamFixture(DeviceConnector* device) : device_(device) {}
+    explicit StreamFixture(DeviceConnector* device) : m_device(device) {}
     // configure_streams; on success checks what the device filled in and
     // allocates max_buffers buffers per stream. Failures go to `failures`.
     // As the camera service does, a stream configured again keeps its record
     // and the records of the previous configuration live through the call.
     int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures);
-    size_t count() const { return streams_.size(); }
-    camera3_stream_t* stream(size_t i) { return streams_[i].get(); }
-    BufferPool& pool(size_t i) { return *pools_[i]; }
+    size_t count() const { return m_streams.size(); }
+    camera3_stream_t* stream(size_t i) { return m_streams[i].get(); }
+    BufferPool& pool(size_t i) { return *m_pools[i]; }
     int IndexOf(const camera3_stream_t* s) const;
 
 private:
-    DeviceConnector* device_;
-    std::vector<std::unique_ptr<camera3_stream_t>> streams_;
-    std::vector<StreamSpec> specs_;  // as asked, per stream
-    std::vector<std::unique_ptr<BufferPool>> pools_;
+    DeviceConnector* m_device;
+    std::vector<std::unique_ptr<camera3_stream_t>> m_streams;
+    std::vector<StreamSpec> m_specs;  // as asked, per stream
+    std::vector<std::unique_ptr<BufferPool>> m_pools;
 };
 
 class FrameFixture {
@@ -73,31 +74,31 @@ public:
     // device's status; the frame number goes to *frame.
     int Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes, uint32_t* frame = nullptr);
     // Forgets the previous settings (after configure, the next request must carry some).
-    void ResetSettings() { lastSettings_ = nullptr; }
-    uint32_t nextFrame() const { return nextFrame_; }
+    void ResetSettings() { m_lastSettings = nullptr; }
+    uint32_t nextFrame() const { return m_nextFrame; }
     // Decode the frame number strip of YUV pictures: only for a module that
     // declares it draws one. Set before the first Submit.
-    void DecodeFrameNumbers(bool on) { decodeFrameNumbers_ = on; }
+    void DecodeFrameNumbers(bool on) { m_decodeFrameNumbers = on; }
     // A frame whose YUV pictures are dumped (every JPEG is written).
     void DumpFrame(uint32_t frame);
-    uint32_t jpegs() const { return jpegs_; }
+    uint32_t jpegs() const { return m_jpegs; }
     std::vector<std::string> dumped();
 
 private:
     std::string Inspect(uint32_t frame, const ReturnedBuffer& b);
 
-    DeviceConnector* device_;
-    StreamFixture* streams_;
-    ResultChecker* checker_;
-    int64_t stallNs_;
-    uint32_t nextFrame_ = 0;
-    const camera_metadata_t* lastSettings_ = nullptr;
-    std::mutex dumpMutex_;
-    const std::string prefix_;
-    std::set<uint32_t> dumpFrames_;
-    std::vector<std::string> dumped_;
-    uint32_t jpegs_ = 0;
-    bool decodeFrameNumbers_ = false;
+    DeviceConnector* m_device;
+    StreamFixture* m_streams;
+    ResultChecker* m_checker;
+    int64_t m_stallNs;
+    uint32_t m_nextFrame = 0;
+    const camera_metadata_t* m_lastSettings = nullptr;
+    std::mutex m_dumpMutex;
+    const std::string m_prefix;
+    std::set<uint32_t> m_dumpFrames;
+    std::vector<std::string> m_dumped;
+    uint32_t m_jpegs = 0;
+    bool m_decodeFrameNumbers = false;
 };
 
 // The frame number the test pattern carries in the top rows of luma, or -1.
@@ -106,6 +107,9 @@ int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint
 std::vector<std::string> CheckColorBars(const GrallocBuffer& picture);
 // "" when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes to
 // width x height; else a finding naming its rule. *jpeg receives the JPEG bytes.
-std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height, std::vector<uint8_t>* jpeg);
+std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
+                          std::vector<uint8_t>* jpeg);
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_FIXTURES_H

@@ -16,9 +16,11 @@ using android::Rect;
 std::string GrallocHelper::Allocate(uint32_t width, uint32_t height, int format, uint64_t usage, GrallocBuffer* out) {
     uint32_t stride = 0;
     *out = GrallocBuffer{nullptr, width, height, format};
-    int rc = GraphicBufferAllocator::get().allocate(width, height, format, 1, usage, &out->handle, &stride, "hal3_check");
-    return rc == 0 ? "" : "gralloc allocate " + std::to_string(width) + "x" + std::to_string(height) + " failed: " +
-                              std::to_string(rc);
+    int rc =
+        GraphicBufferAllocator::get().allocate(width, height, format, 1, usage, &out->handle, &stride, "hal3_check");
+    return rc == 0 ? ""
+                   : "gralloc allocate " + std::to_string(width) + "x" + std::to_string(height) +
+                         " failed: " + std::to_string(rc);
 }
 
 void GrallocHelper::Free(GrallocBuffer* buffer) {

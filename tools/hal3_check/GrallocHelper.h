@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_GRALLOC_HELPER_H
+#define HAL3_CHECK_GRALLOC_HELPER_H
 // Buffers for the HAL's output streams, allocated and read through the
 // platform's gralloc (libui), as the camera service's buffer queues do.
 
@@ -38,3 +39,5 @@ public:
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_GRALLOC_HELPER_H

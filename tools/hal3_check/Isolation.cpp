@@ -85,8 +85,10 @@ std::vector<std::string> Records() {
 std::vector<std::string> Split(const std::string& s) {
     std::vector<std::string> fields(1);
     for (char c : s) {
-        if (c == kFieldSep) fields.emplace_back();
-        else fields.back() += c;
+        if (c == kFieldSep)
+            fields.emplace_back();
+        else
+            fields.back() += c;
     }
     return fields;
 }
@@ -140,13 +142,13 @@ void AddPart(::testing::TestPartResult::Type type, const char* file, int line, c
 
 std::string SignalName(int signal) {
     switch (signal) {
-    case SIGSEGV: return "SIGSEGV";
-    case SIGBUS: return "SIGBUS";
-    case SIGILL: return "SIGILL";
-    case SIGFPE: return "SIGFPE";
-    case SIGABRT: return "SIGABRT";
-    case SIGKILL: return "SIGKILL";
-    case SIGTERM: return "SIGTERM";
+        case SIGSEGV: return "SIGSEGV";
+        case SIGBUS: return "SIGBUS";
+        case SIGILL: return "SIGILL";
+        case SIGFPE: return "SIGFPE";
+        case SIGABRT: return "SIGABRT";
+        case SIGKILL: return "SIGKILL";
+        case SIGTERM: return "SIGTERM";
     }
     return "signal " + std::to_string(signal);
 }
@@ -165,13 +167,14 @@ struct ChildEnd {
         if (timedOut)
             return "[rule hal-call-timeout] " + std::string(HalCallName(call)) + " did not return within " +
                    std::to_string(HalCallBoundMs()) + " ms";
-        std::string where = call != HalCall::kNone ? std::string("during ") + HalCallName(call)
+        std::string where = call != HalCall::kNone       ? std::string("during ") + HalCallName(call)
                             : callback != HalCall::kNone ? std::string("in ") + HalCallName(callback)
                                                          : "outside any HAL call (a thread of the module)";
         if (signal != 0)
             return "[rule hal-crash] the scenario's process died " + where + " of " + SignalName(signal) + " (signal " +
                    std::to_string(signal) + ")";
-        return "[rule hal-crash] the scenario's process ended " + where + " with exit code " + std::to_string(exitCode) +
+        return "[rule hal-crash] the scenario's process ended " + where + " with exit code " +
+               std::to_string(exitCode) +
                " before the scenario finished (exit() in the module, or a sanitizer report above)";
     }
 };
@@ -232,22 +235,24 @@ std::string StartModule(ModuleConnector& module) {
 // it replays it, and never the marker of a scenario that ran elsewhere.
 class ScenarioIsolation : public ::testing::TestEventListener {
 public:
-    explicit ScenarioIsolation(::testing::TestEventListener* printer) : printer_(printer) {}
+    explicit ScenarioIsolation(::testing::TestEventListener* printer) : m_printer(printer) {}
 
-    void OnTestProgramStart(const ::testing::UnitTest& u) override { printer_->OnTestProgramStart(u); }
-    void OnTestIterationStart(const ::testing::UnitTest& u, int i) override { printer_->OnTestIterationStart(u, i); }
-    void OnEnvironmentsSetUpStart(const ::testing::UnitTest& u) override { printer_->OnEnvironmentsSetUpStart(u); }
-    void OnEnvironmentsSetUpEnd(const ::testing::UnitTest& u) override { printer_->OnEnvironmentsSetUpEnd(u); }
-    void OnTestSuiteStart(const ::testing::TestSuite& s) override { printer_->OnTestSuiteStart(s); }
-    void OnTestSuiteEnd(const ::testing::TestSuite& s) override { printer_->OnTestSuiteEnd(s); }
-    void OnEnvironmentsTearDownStart(const ::testing::UnitTest& u) override { printer_->OnEnvironmentsTearDownStart(u); }
-    void OnEnvironmentsTearDownEnd(const ::testing::UnitTest& u) override { printer_->OnEnvironmentsTearDownEnd(u); }
-    void OnTestIterationEnd(const ::testing::UnitTest& u, int i) override { printer_->OnTestIterationEnd(u, i); }
-    void OnTestProgramEnd(const ::testing::UnitTest& u) override { printer_->OnTestProgramEnd(u); }
-    void OnTestDisabled(const ::testing::TestInfo& test) override { printer_->OnTestDisabled(test); }
+    void OnTestProgramStart(const ::testing::UnitTest& u) override { m_printer->OnTestProgramStart(u); }
+    void OnTestIterationStart(const ::testing::UnitTest& u, int i) override { m_printer->OnTestIterationStart(u, i); }
+    void OnEnvironmentsSetUpStart(const ::testing::UnitTest& u) override { m_printer->OnEnvironmentsSetUpStart(u); }
+    void OnEnvironmentsSetUpEnd(const ::testing::UnitTest& u) override { m_printer->OnEnvironmentsSetUpEnd(u); }
+    void OnTestSuiteStart(const ::testing::TestSuite& s) override { m_printer->OnTestSuiteStart(s); }
+    void OnTestSuiteEnd(const ::testing::TestSuite& s) override { m_printer->OnTestSuiteEnd(s); }
+    void OnEnvironmentsTearDownStart(const ::testing::UnitTest& u) override {
+        m_printer->OnEnvironmentsTearDownStart(u);
+    }
+    void OnEnvironmentsTearDownEnd(const ::testing::UnitTest& u) override { m_printer->OnEnvironmentsTearDownEnd(u); }
+    void OnTestIterationEnd(const ::testing::UnitTest& u, int i) override { m_printer->OnTestIterationEnd(u, i); }
+    void OnTestProgramEnd(const ::testing::UnitTest& u) override { m_printer->OnTestProgramEnd(u); }
+    void OnTestDisabled(const ::testing::TestInfo& test) override { m_printer->OnTestDisabled(test); }
 
     void OnTestStart(const ::testing::TestInfo& test) override {
-        printer_->OnTestStart(test);
+        m_printer->OnTestStart(test);
         pid_t pid = ForkWatched();
         if (pid == 0) {
             BecomeChild();
@@ -258,13 +263,13 @@ public:
             return;
         }
         ChildEnd end = Watch(pid);
-        elapsedMs_ = end.elapsedMs;
+        m_elapsedMs = end.elapsedMs;
         Replay(end, test);
     }
 
     void OnTestPartResult(const ::testing::TestPartResult& part) override {
-        if (!child_) {
-            if (!markingRanElsewhere_) printer_->OnTestPartResult(part);
+        if (!m_child) {
+            if (!m_markingRanElsewhere) m_printer->OnTestPartResult(part);
             return;
         }
         std::string file = part.file_name() ? part.file_name() : "";
@@ -273,23 +278,25 @@ public:
     }
 
     void OnTestEnd(const ::testing::TestInfo& test) override {
-        if (child_) EndChild();
+        if (m_child) EndChild();
         auto* result = const_cast<::testing::TestResult*>(test.result());
         using Accessor = ::testing::internal::TestResultAccessor;
-        if (ranElsewhere_) Accessor::ClearTestPartResults(result);
-        Accessor::SetElapsedTime(result, elapsedMs_);
-        ranElsewhere_ = false;
-        totals_.runs++;
-        if (result->Failed()) totals_.failed++;
-        else if (result->Skipped()) totals_.skipped++;
-        printer_->OnTestEnd(test);
+        if (m_ranElsewhere) Accessor::ClearTestPartResults(result);
+        Accessor::SetElapsedTime(result, m_elapsedMs);
+        m_ranElsewhere = false;
+        m_totals.runs++;
+        if (result->Failed())
+            m_totals.failed++;
+        else if (result->Skipped())
+            m_totals.skipped++;
+        m_printer->OnTestEnd(test);
     }
 
-    RunTotals totals() const { return totals_; }
+    RunTotals totals() const { return m_totals; }
 
 private:
     void BecomeChild() {
-        child_ = true;
+        m_child = true;
         BecomeWatched();
         std::string err = StartModule(ModuleConnector::Get());
         if (!err.empty()) {
@@ -310,7 +317,8 @@ private:
         std::vector<Recorded> parts;
         for (const auto& r : end.records) {
             std::vector<std::string> f = Split(r.substr(1));
-            if (r[0] == 'P' && f.size() == 4) parts.push_back({Part::Type(std::stoi(f[0])), std::stoi(f[1]), f[2], f[3]});
+            if (r[0] == 'P' && f.size() == 4)
+                parts.push_back({Part::Type(std::stoi(f[0])), std::stoi(f[1]), f[2], f[3]});
         }
         size_t lastFailure = parts.size();
         bool skipped = false;
@@ -336,24 +344,25 @@ private:
                      finding.c_str());
             Report::Get().Summary(line);
         } else if (!failed && !skipped) {
-            markingRanElsewhere_ = true;
+            m_markingRanElsewhere = true;
             AddPart(::testing::TestPartResult::kSkip, nullptr, -1, "ran in its own process");
-            markingRanElsewhere_ = false;
-            ranElsewhere_ = true;
+            m_markingRanElsewhere = false;
+            m_ranElsewhere = true;
         }
         if (failed && !end.table.empty()) {
-            if (!end.finished) fprintf(stderr, "last in-flight table (camera %s, %s):\n%s", camera.c_str(),
-                                       scenario.c_str(), end.table.c_str());
+            if (!end.finished)
+                fprintf(stderr, "last in-flight table (camera %s, %s):\n%s", camera.c_str(), scenario.c_str(),
+                        end.table.c_str());
             Report::Get().WriteFile("inflight_" + camera + "_" + scenario + ".txt",
                                     std::vector<uint8_t>(end.table.begin(), end.table.end()));
         }
     }
 
-    std::unique_ptr<::testing::TestEventListener> printer_;
-    bool child_ = false;  // in a scenario's process: the parent prints
-    bool ranElsewhere_ = false, markingRanElsewhere_ = false;
-    int64_t elapsedMs_ = 0;  // of the scenario's child
-    RunTotals totals_;
+    std::unique_ptr<::testing::TestEventListener> m_printer;
+    bool m_child = false;  // in a scenario's process: the parent prints
+    bool m_ranElsewhere = false, m_markingRanElsewhere = false;
+    int64_t m_elapsedMs = 0;  // of the scenario's child
+    RunTotals m_totals;
 };
 
 ScenarioIsolation* g_isolation = nullptr;

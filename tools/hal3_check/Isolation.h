@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_ISOLATION_H
+#define HAL3_CHECK_ISOLATION_H
 // Runs every scenario in a process of its own, as Android keeps a camera HAL
 // out of the camera service: a module that crashes or never returns from a
 // call ends only that process, and its scenario fails with a finding naming
@@ -30,3 +31,5 @@ struct RunTotals {
 RunTotals Totals();
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_ISOLATION_H

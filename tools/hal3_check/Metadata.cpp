@@ -100,16 +100,26 @@ struct Failures {
 
 // Keys every HAL3 camera publishes in its characteristics.
 const uint32_t kRequiredStaticKeys[] = {
-    ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL,     ANDROID_REQUEST_AVAILABLE_CAPABILITIES,
-    ANDROID_REQUEST_PARTIAL_RESULT_COUNT,      ANDROID_REQUEST_PIPELINE_MAX_DEPTH,
-    ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS,    ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS,
-    ANDROID_REQUEST_AVAILABLE_RESULT_KEYS,     ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS,
-    ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS, ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS,
-    ANDROID_SCALER_AVAILABLE_STALL_DURATIONS,  ANDROID_JPEG_MAX_SIZE,
-    ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES,    ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE,
-    ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE,     ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE,
-    ANDROID_SENSOR_ORIENTATION,                ANDROID_LENS_FACING,
-    ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, ANDROID_SYNC_MAX_LATENCY,
+    ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL,
+    ANDROID_REQUEST_AVAILABLE_CAPABILITIES,
+    ANDROID_REQUEST_PARTIAL_RESULT_COUNT,
+    ANDROID_REQUEST_PIPELINE_MAX_DEPTH,
+    ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS,
+    ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS,
+    ANDROID_REQUEST_AVAILABLE_RESULT_KEYS,
+    ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS,
+    ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS,
+    ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS,
+    ANDROID_SCALER_AVAILABLE_STALL_DURATIONS,
+    ANDROID_JPEG_MAX_SIZE,
+    ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES,
+    ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE,
+    ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE,
+    ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE,
+    ANDROID_SENSOR_ORIENTATION,
+    ANDROID_LENS_FACING,
+    ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES,
+    ANDROID_SYNC_MAX_LATENCY,
 };
 
 }  // namespace
@@ -144,8 +154,11 @@ std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int fac
     f("static-stream-configs", !configs.empty(), "no output stream configuration");
     bool blob = false;
     for (const auto& c : configs) {
-        std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + " format 0x" +
-                           [&] { char b[16]; snprintf(b, sizeof b, "%x", c.format); return std::string(b); }();
+        std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + " format 0x" + [&] {
+            char b[16];
+            snprintf(b, sizeof b, "%x", c.format);
+            return std::string(b);
+        }();
         f("static-stream-durations", c.minFrameNs > 0, name + " has no min frame duration");
         f("static-stream-durations", c.stallNs >= 0, name + " has no stall duration");
         blob |= c.format == 0x21;  // HAL_PIXEL_FORMAT_BLOB
@@ -163,18 +176,21 @@ std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int fac
     auto pixels = Find(s, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE);
     if (active.count == 4 && pixels.count == 2) {
         const int32_t* a = active.data.i32;
-        f("static-active-array", a[0] >= 0 && a[1] >= 0 && a[2] > 0 && a[3] > 0 && a[0] + a[2] <= pixels.data.i32[0] &&
-              a[1] + a[3] <= pixels.data.i32[1], "active array lies outside the pixel array");
+        f("static-active-array",
+          a[0] >= 0 && a[1] >= 0 && a[2] > 0 && a[3] > 0 && a[0] + a[2] <= pixels.data.i32[0] &&
+              a[1] + a[3] <= pixels.data.i32[1],
+          "active array lies outside the pixel array");
     }
     int sensorOrientation = GetI32(s, ANDROID_SENSOR_ORIENTATION, -1);
-    f("static-orientation", sensorOrientation % 90 == 0 && sensorOrientation >= 0 && sensorOrientation < 360 &&
-          sensorOrientation == orientation, "orientation " + std::to_string(sensorOrientation) + " (camera info says " +
-                                std::to_string(orientation) + ")");
+    f("static-orientation",
+      sensorOrientation % 90 == 0 && sensorOrientation >= 0 && sensorOrientation < 360 &&
+          sensorOrientation == orientation,
+      "orientation " + std::to_string(sensorOrientation) + " (camera info says " + std::to_string(orientation) + ")");
     // android.lens.facing: FRONT 0, BACK 1, EXTERNAL 2; camera_info: BACK 0, FRONT 1, EXTERNAL 2.
     int lensFacing = GetU8(s, ANDROID_LENS_FACING, -1);
     int expected = facing == 0 ? 1 : facing == 1 ? 0 : 2;
-    f("static-facing", lensFacing == expected, "lens facing " + std::to_string(lensFacing) +
-                                                   " disagrees with camera info facing " + std::to_string(facing));
+    f("static-facing", lensFacing == expected,
+      "lens facing " + std::to_string(lensFacing) + " disagrees with camera info facing " + std::to_string(facing));
     auto fps = Find(s, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
     f("static-fps-ranges", fps.count >= 2 && fps.count % 2 == 0, "AE target fps ranges are not pairs");
     for (size_t i = 0; i + 1 < fps.count; i += 2)

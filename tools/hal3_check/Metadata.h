@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_METADATA_H
+#define HAL3_CHECK_METADATA_H
 // Small helpers over the platform's packed camera metadata, and the checks a
 // camera service applies to static metadata and to default request settings.
 
@@ -18,15 +19,26 @@ using MetadataPtr = std::unique_ptr<camera_metadata_t, MetadataDeleter>;
 
 // Values of the standard enums this tool needs (the tag tables carry no enum values).
 enum : uint8_t {
-    kAeModeOff = 0, kAeModeOn = 1,
-    kAePrecaptureIdle = 0, kAePrecaptureStart = 1,
-    kAfTriggerIdle = 0, kAfTriggerStart = 1,
+    kAeModeOff = 0,
+    kAeModeOn = 1,
+    kAePrecaptureIdle = 0,
+    kAePrecaptureStart = 1,
+    kAfTriggerIdle = 0,
+    kAfTriggerStart = 1,
     kAfModeAuto = 1,
-    kAeStateInactive = 0, kAeStateConverged = 2, kAeStateFlashRequired = 4, kAeStateLocked = 3,
-    kAfStateInactive = 0, kAfStateFocusedLocked = 4, kAfStateNotFocusedLocked = 5,
-    kCapabilityBackwardCompatible = 0, kCapabilityManualSensor = 1, kCapabilityPrivateReprocessing = 4,
+    kAeStateInactive = 0,
+    kAeStateConverged = 2,
+    kAeStateFlashRequired = 4,
+    kAeStateLocked = 3,
+    kAfStateInactive = 0,
+    kAfStateFocusedLocked = 4,
+    kAfStateNotFocusedLocked = 5,
+    kCapabilityBackwardCompatible = 0,
+    kCapabilityManualSensor = 1,
+    kCapabilityPrivateReprocessing = 4,
     kCapabilityYuvReprocessing = 7,
-    kTestPatternOff = 0, kTestPatternColorBars = 2,
+    kTestPatternOff = 0,
+    kTestPatternColorBars = 2,
 };
 constexpr int32_t kStreamOutput = 0;  // direction in the stream configuration table
 
@@ -60,3 +72,5 @@ std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* settings,
 bool HasCapability(const camera_metadata_t* staticInfo, uint8_t capability);
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_METADATA_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_MODULE_CONNECTOR_H
+#define HAL3_CHECK_MODULE_CONNECTOR_H
 // Loads a camera module and talks to it as the camera service does at boot:
 // init, vendor tags (registered before any camera info is read), callbacks,
 // enumeration. Every call into the module is marked for the watchdog.
@@ -20,17 +21,17 @@ public:
     // Returns "" or a failure naming its rule; what the camera service only
     // logs goes to warnings().
     std::string Start();
-    const std::vector<std::string>& warnings() const { return warnings_; }
+    const std::vector<std::string>& warnings() const { return m_warnings; }
 
-    const camera_module_t* module() const { return module_; }
+    const camera_module_t* module() const { return m_module; }
     // The module's count; without a module here, the count it gave another
     // process (SetNumberOfCameras), as the parent of the scenarios knows it.
     int NumberOfCameras() const;
-    void SetNumberOfCameras(int n) { cameras_ = n; }
+    void SetNumberOfCameras(int n) { m_cameras = n; }
     int Info(int id, camera_info* info) const;
     // The vendor tag `section`.`name`, or 0.
     uint32_t FindVendorTag(const std::string& section, const std::string& name) const;
-    int device_status_calls() const { return statusCalls_.load(); }
+    int device_status_calls() const { return m_statusCalls.load(); }
 
     static ModuleConnector& Get();  // one module per process, as in the camera service
 
@@ -38,14 +39,16 @@ private:
     static void OnDeviceStatus(const camera_module_callbacks_t*, int, int);
     static void OnTorchStatus(const camera_module_callbacks_t*, const char*, int);
 
-    const camera_module_t* module_ = nullptr;
-    void* dso_ = nullptr;
-    bool started_ = false;
-    int cameras_ = 0;
-    std::vector<std::string> warnings_;
-    vendor_tag_ops_t vendorOps_{};
-    camera_module_callbacks_t callbacks_{OnDeviceStatus, OnTorchStatus};
-    std::atomic<int> statusCalls_{0};
+    const camera_module_t* m_module = nullptr;
+    void* m_dso = nullptr;
+    bool m_started = false;
+    int m_cameras = 0;
+    std::vector<std::string> m_warnings;
+    vendor_tag_ops_t m_vendorOps{};
+    camera_module_callbacks_t m_callbacks{OnDeviceStatus, OnTorchStatus};
+    std::atomic<int> m_statusCalls{0};
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_MODULE_CONNECTOR_H

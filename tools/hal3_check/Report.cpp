@@ -20,18 +20,18 @@ Report& Report::Get() {
 }
 
 void Report::Open(const std::string& dir) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    dir_ = dir;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_dir = dir;
     std::error_code ignored;  // a failure shows as the trace file failing to open
     std::filesystem::create_directories(dir, ignored);
-    trace_ = fopen((dir + "/trace.txt").c_str(), "w");
+    m_trace = fopen((dir + "/trace.txt").c_str(), "w");
 }
 
 void Report::Trace(const std::string& line) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (trace_ == nullptr) return;
-    fprintf(trace_, "%s\n", line.c_str());
-    fflush(trace_);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_trace == nullptr) return;
+    fprintf(m_trace, "%s\n", line.c_str());
+    fflush(m_trace);
 }
 
 bool Report::PngAvailable() {
@@ -42,9 +42,10 @@ bool Report::PngAvailable() {
 #endif
 }
 
-std::string Report::WritePng(const std::string& name, const std::vector<uint8_t>& rgb, uint32_t width, uint32_t height) {
+std::string Report::WritePng(const std::string& name, const std::vector<uint8_t>& rgb, uint32_t width,
+                             uint32_t height) {
 #ifdef HAL3_CHECK_HAVE_PNG
-    std::string path = dir_ + "/" + name;
+    std::string path = m_dir + "/" + name;
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = width;
@@ -59,7 +60,7 @@ std::string Report::WritePng(const std::string& name, const std::vector<uint8_t>
 }
 
 std::string Report::WriteFile(const std::string& name, const std::vector<uint8_t>& bytes) {
-    std::string path = dir_ + "/" + name;
+    std::string path = m_dir + "/" + name;
     FILE* f = fopen(path.c_str(), "wb");
     if (f == nullptr) return "";
     bool ok = fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
@@ -67,9 +68,9 @@ std::string Report::WriteFile(const std::string& name, const std::vector<uint8_t
 }
 
 void Report::Summary(const std::string& line) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    summaries_.push_back(line);
-    if (trace_ != nullptr) fprintf(trace_, "SUMMARY %s\n", line.c_str());
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_summaries.push_back(line);
+    if (m_trace != nullptr) fprintf(m_trace, "SUMMARY %s\n", line.c_str());
     printf("%s\n", line.c_str());
     fflush(stdout);
 }

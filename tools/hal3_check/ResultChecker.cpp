@@ -25,26 +25,26 @@ CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs) {
 }
 
 ResultChecker::ResultChecker(const CheckerLimits& limits, TraceSink trace)
-    : limits_(limits), trace_(std::move(trace)), lastProgressNs_(NowNs()) {
-    thread_ = std::thread([this] { Run(); });
+    : m_limits(limits), m_trace(std::move(trace)), m_lastProgressNs(NowNs()) {
+    m_thread = std::thread([this] { Run(); });
 }
 
 ResultChecker::~ResultChecker() {
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        stop_ = true;
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_stop = true;
     }
-    queueCv_.notify_all();
-    thread_.join();
+    m_queueCv.notify_all();
+    m_thread.join();
 }
 
 void ResultChecker::Push(Event&& e) {
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        queue_.push_back(std::move(e));
-        ++pushed_;
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_queue.push_back(std::move(e));
+        ++m_pushed;
     }
-    queueCv_.notify_one();
+    m_queueCv.notify_one();
 }
 
 void ResultChecker::OnResult(const camera3_capture_result_t* r) {
@@ -58,16 +58,18 @@ void ResultChecker::OnResult(const camera3_capture_result_t* r) {
     e.partial = r->partial_result;
     if (r->result != nullptr) {
         // A malformed buffer is not cloned: its sizes cannot be trusted.
-        if (validate_camera_metadata_structure(r->result, nullptr) == 0) e.metadata.reset(clone_camera_metadata(r->result));
-        else e.malformedMetadata = true;
+        if (validate_camera_metadata_structure(r->result, nullptr) == 0)
+            e.metadata.reset(clone_camera_metadata(r->result));
+        else
+            e.malformedMetadata = true;
     }
     // The array is read only as far as the request's own buffers: a count
     // beyond them is a lie the checker must not follow past the array.
     uint32_t bound = 0;
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        auto it = requestBuffers_.find(e.frame);
-        if (it != requestBuffers_.end()) bound = it->second;
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        auto it = m_requestBuffers.find(e.frame);
+        if (it != m_requestBuffers.end()) bound = it->second;
     }
     e.claimedBuffers = r->num_output_buffers;
     e.bufferArray = r->output_buffers != nullptr;
@@ -81,8 +83,10 @@ void ResultChecker::OnResult(const camera3_capture_result_t* r) {
 
 void ResultChecker::OnNotify(const camera3_notify_msg_t* msg) {
     Event e(Event::kNotify);
-    if (msg == nullptr) e.msg.type = -1;  // reported as an unknown type
-    else e.msg = *msg;
+    if (msg == nullptr)
+        e.msg.type = -1;  // reported as an unknown type
+    else
+        e.msg = *msg;
     Push(std::move(e));
 }
 
@@ -92,8 +96,8 @@ void ResultChecker::OnSubmit(const camera3_capture_request_t& request) {
     for (uint32_t i = 0; i < request.num_output_buffers; ++i)
         e.buffers.push_back({request.output_buffers[i].stream, request.output_buffers[i].buffer, 0});
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        requestBuffers_[e.frame] = request.num_output_buffers;
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_requestBuffers[e.frame] = request.num_output_buffers;
     }
     Push(std::move(e));
 }
@@ -102,8 +106,8 @@ void ResultChecker::OnSubmitFailed(uint32_t frame) {
     Event e(Event::kSubmitFailed);
     e.frame = frame;
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        requestBuffers_.erase(frame);
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_requestBuffers.erase(frame);
     }
     Push(std::move(e));
 }
@@ -113,106 +117,106 @@ void ResultChecker::BeginFlush() { Push(Event(Event::kFlushBegin)); }
 void ResultChecker::EndFlush() { Push(Event(Event::kFlushEnd)); }
 
 void ResultChecker::DeviceLost(const std::string& call) {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
     Flag("error-device", call + " returned -ENODEV");
-    deviceError_ = true;
-    stateCv_.notify_all();
+    m_deviceError = true;
+    m_stateCv.notify_all();
 }
 
 bool ResultChecker::deviceError() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return deviceError_;
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return m_deviceError;
 }
 
 void ResultChecker::SetInspector(Inspector inspector) {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    inspector_ = std::move(inspector);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    m_inspector = std::move(inspector);
 }
 
 void ResultChecker::Run() {
     for (;;) {
         Event e(Event::kBarrier);
         {
-            std::unique_lock<std::mutex> lock(queueMutex_);
-            queueCv_.wait(lock, [&] { return stop_ || !queue_.empty(); });
-            if (queue_.empty()) return;
-            e = std::move(queue_.front());
-            queue_.pop_front();
+            std::unique_lock<std::mutex> lock(m_queueMutex);
+            m_queueCv.wait(lock, [&] { return m_stop || !m_queue.empty(); });
+            if (m_queue.empty()) return;
+            e = std::move(m_queue.front());
+            m_queue.pop_front();
         }
-        std::lock_guard<std::mutex> lock(stateMutex_);
+        std::lock_guard<std::mutex> lock(m_stateMutex);
         Handle(e);
-        ++handled_;
-        lastProgressNs_ = NowNs();
+        ++m_handled;
+        m_lastProgressNs = NowNs();
         timespec cpu{};
         clock_gettime(CLOCK_THREAD_CPUTIME_ID, &cpu);
-        cpuNs_ = int64_t(cpu.tv_sec) * 1000000000 + cpu.tv_nsec;
-        stateCv_.notify_all();
+        m_cpuNs = int64_t(cpu.tv_sec) * 1000000000 + cpu.tv_nsec;
+        m_stateCv.notify_all();
     }
 }
 
 void ResultChecker::Sync() {
     uint64_t target;
     {
-        std::lock_guard<std::mutex> lock(queueMutex_);
-        target = pushed_;
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        target = m_pushed;
     }
-    std::unique_lock<std::mutex> lock(stateMutex_);
-    stateCv_.wait(lock, [&] { return handled_ >= target; });
+    std::unique_lock<std::mutex> lock(m_stateMutex);
+    m_stateCv.wait(lock, [&] { return m_handled >= target; });
 }
 
 bool ResultChecker::WaitIdle() {
     Sync();
-    std::unique_lock<std::mutex> lock(stateMutex_);
-    while (!inFlight_.empty() && !deviceError_) {  // after a fatal error the service waits for nothing
-        int64_t left = lastProgressNs_ + limits_.stallNs - NowNs();
+    std::unique_lock<std::mutex> lock(m_stateMutex);
+    while (!m_inFlight.empty() && !m_deviceError) {  // after a fatal error the service waits for nothing
+        int64_t left = m_lastProgressNs + m_limits.stallNs - NowNs();
         if (left <= 0) {
             ExplainStall();
             return false;
         }
-        stateCv_.wait_for(lock, std::chrono::nanoseconds(left));
+        m_stateCv.wait_for(lock, std::chrono::nanoseconds(left));
     }
     return true;
 }
 
 size_t ResultChecker::InFlight() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return inFlight_.size();
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return m_inFlight.size();
 }
 
 std::vector<FrameRecord> ResultChecker::TakeCompleted() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return std::move(completed_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return std::move(m_completed);
 }
 
 std::vector<std::string> ResultChecker::TakeFailures() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return std::move(failures_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return std::move(m_failures);
 }
 
 std::vector<std::string> ResultChecker::TakeWarnings() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return std::move(warnings_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return std::move(m_warnings);
 }
 
 void ResultChecker::Fail(const std::string& finding) {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
     FailLocked(finding);
 }
 
 void ResultChecker::FailLocked(const std::string& finding) {
     bool warning = IsWarning(finding);
-    (warning ? warnings_ : failures_).push_back(finding);
-    if (trace_) trace_((warning ? "WARN " : "FAIL ") + finding);
+    (warning ? m_warnings : m_failures).push_back(finding);
+    if (m_trace) m_trace((warning ? "WARN " : "FAIL ") + finding);
 }
 
 uint32_t ResultChecker::errorFrames() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return errorFrames_;
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return m_errorFrames;
 }
 
 int64_t ResultChecker::CpuNs() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
-    return cpuNs_;
+    std::lock_guard<std::mutex> lock(m_stateMutex);
+    return m_cpuNs;
 }
 
 }  // namespace hal3_check
@@ -220,14 +224,14 @@ int64_t ResultChecker::CpuNs() {
 namespace hal3_check {
 
 std::string ResultChecker::InFlightTable() {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    std::lock_guard<std::mutex> lock(m_stateMutex);
     return InFlightTableLocked();
 }
 
 std::string ResultChecker::InFlightTableLocked() {
     std::ostringstream t;
     t << "  frame   shutter              partials  buffers(back/all)  errors\n";
-    for (const auto& [frame, e] : inFlight_) {
+    for (const auto& [frame, e] : m_inFlight) {
         size_t back = std::count_if(e.buffers.begin(), e.buffers.end(), [](const Pending& p) { return p.returned; });
         std::string partials;
         for (uint32_t p : e.partials) partials += (partials.empty() ? "" : ",") + std::to_string(p);

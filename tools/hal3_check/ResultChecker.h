@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_RESULT_CHECKER_H
+#define HAL3_CHECK_RESULT_CHECKER_H
 // Holds a camera device to the camera3 result rules. The device's callbacks
 // only copy what they are given and queue it; one checker thread takes the
 // queue in order and keeps the in-flight table: which frames are out, their
@@ -38,9 +39,9 @@ struct ReturnedBuffer {
 
 // What the checker needs of the camera's static metadata and the run.
 struct CheckerLimits {
-    uint32_t partialCount = 1;    // android.request.partialResultCount
-    int pipelineMaxDepth = 0;     // android.request.pipelineMaxDepth; 0: not checked
-    int64_t stallNs = 0;          // no progress for this long is a time-out
+    uint32_t partialCount = 1;  // android.request.partialResultCount
+    int pipelineMaxDepth = 0;   // android.request.pipelineMaxDepth; 0: not checked
+    int64_t stallNs = 0;        // no progress for this long is a time-out
 };
 CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs);
 
@@ -138,35 +139,37 @@ private:
     void Flag(const char* rule, const std::string& detail) { FailLocked(Finding(rule, detail)); }
     std::string InFlightTableLocked();
 
-    const CheckerLimits limits_;
-    TraceSink trace_;
-    Inspector inspector_;
+    const CheckerLimits m_limits;
+    TraceSink m_trace;
+    Inspector m_inspector;
 
-    std::mutex queueMutex_;
-    std::condition_variable queueCv_;
-    std::deque<Event> queue_;
-    uint64_t pushed_ = 0;
-    bool stop_ = false;
-    std::map<uint32_t, uint32_t> requestBuffers_;  // buffers of each submitted frame, to bound results
+    std::mutex m_queueMutex;
+    std::condition_variable m_queueCv;
+    std::deque<Event> m_queue;
+    uint64_t m_pushed = 0;
+    bool m_stop = false;
+    std::map<uint32_t, uint32_t> m_requestBuffers;  // buffers of each submitted frame, to bound results
 
     // Checker state, guarded by stateMutex_.
-    std::mutex stateMutex_;
-    std::condition_variable stateCv_;
-    uint64_t handled_ = 0;
-    int64_t lastProgressNs_ = 0;
-    std::map<uint32_t, Entry> inFlight_;
-    std::map<uint32_t, bool> done_;         // finished frames: true when by ERROR_REQUEST
-    std::set<uint32_t> stallExplained_;     // frames already named by a time-out
-    std::map<camera3_stream_t*, std::deque<uint32_t>> streamQueues_;
-    uint32_t lastShutterFrame_ = 0, lastFinalFrame_ = 0;
-    bool anyShutter_ = false, anyFinal_ = false, deviceError_ = false, flushing_ = false;
-    uint64_t lastShutterNs_ = 0;
-    uint32_t errorFrames_ = 0;
-    std::vector<FrameRecord> completed_;
-    std::vector<std::string> failures_, warnings_;
-    int64_t cpuNs_ = 0;
+    std::mutex m_stateMutex;
+    std::condition_variable m_stateCv;
+    uint64_t m_handled = 0;
+    int64_t m_lastProgressNs = 0;
+    std::map<uint32_t, Entry> m_inFlight;
+    std::map<uint32_t, bool> m_done;      // finished frames: true when by ERROR_REQUEST
+    std::set<uint32_t> m_stallExplained;  // frames already named by a time-out
+    std::map<camera3_stream_t*, std::deque<uint32_t>> m_streamQueues;
+    uint32_t m_lastShutterFrame = 0, m_lastFinalFrame = 0;
+    bool m_anyShutter = false, m_anyFinal = false, m_deviceError = false, m_flushing = false;
+    uint64_t m_lastShutterNs = 0;
+    uint32_t m_errorFrames = 0;
+    std::vector<FrameRecord> m_completed;
+    std::vector<std::string> m_failures, m_warnings;
+    int64_t m_cpuNs = 0;
 
-    std::thread thread_;
+    std::thread m_thread;
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_RESULT_CHECKER_H

@@ -20,38 +20,39 @@ std::string FrameText(uint32_t frame) { return "frame " + std::to_string(frame) 
 }  // namespace
 
 ResultChecker::Entry* ResultChecker::Lookup(uint32_t frame, const char* what) {
-    auto it = inFlight_.find(frame);
-    if (it != inFlight_.end()) return &it->second;
-    Flag("frame-in-flight", std::string(what) + " for frame " + std::to_string(frame) +
-                                (done_.count(frame) ? ", which had already completed" : ", which was never submitted"));
+    auto it = m_inFlight.find(frame);
+    if (it != m_inFlight.end()) return &it->second;
+    Flag("frame-in-flight",
+         std::string(what) + " for frame " + std::to_string(frame) +
+             (m_done.count(frame) ? ", which had already completed" : ", which was never submitted"));
     return nullptr;
 }
 
 void ResultChecker::Handle(Event& e) {
     switch (e.kind) {
         case Event::kSubmit: {
-            Entry& entry = inFlight_[e.frame];
+            Entry& entry = m_inFlight[e.frame];
             entry.submitNs = e.arrivalNs;
             for (const auto& b : e.buffers) {
                 entry.buffers.push_back({b.stream, b.handle});
-                streamQueues_[b.stream].push_back(e.frame);
+                m_streamQueues[b.stream].push_back(e.frame);
             }
             break;
         }
         case Event::kSubmitFailed: {
-            auto it = inFlight_.find(e.frame);
-            if (it == inFlight_.end()) break;
+            auto it = m_inFlight.find(e.frame);
+            if (it == m_inFlight.end()) break;
             for (const auto& p : it->second.buffers) {
-                auto& q = streamQueues_[p.stream];
+                auto& q = m_streamQueues[p.stream];
                 q.erase(std::remove(q.begin(), q.end(), e.frame), q.end());
             }
-            inFlight_.erase(it);
+            m_inFlight.erase(it);
             break;
         }
         case Event::kResult: HandleResult(e); break;
         case Event::kNotify: HandleNotify(e.msg); break;
-        case Event::kFlushBegin: flushing_ = true; break;
-        case Event::kFlushEnd: flushing_ = false; break;
+        case Event::kFlushBegin: m_flushing = true; break;
+        case Event::kFlushEnd: m_flushing = false; break;
         case Event::kBarrier: break;
     }
 }
@@ -62,13 +63,13 @@ void ResultChecker::HandleResult(Event& e) {
         return;
     }
     const std::string f = FrameText(e.frame);
-    if (deviceError_) Flag("after-error-device", f + "result after ERROR_DEVICE");
-    auto done = done_.find(e.frame);
-    if (done != done_.end() && done->second && e.metadata != nullptr) {
+    if (m_deviceError) Flag("after-error-device", f + "result after ERROR_DEVICE");
+    auto done = m_done.find(e.frame);
+    if (done != m_done.end() && done->second && e.metadata != nullptr) {
         Flag("error-request-metadata", f + "result metadata after ERROR_REQUEST");
         return;
     }
-    if (done != done_.end() && !e.buffers.empty()) {
+    if (done != m_done.end() && !e.buffers.empty()) {
         Flag("buffer-once", f + "buffer returned after the frame had completed");
         return;
     }
@@ -82,7 +83,8 @@ void ResultChecker::HandleResult(Event& e) {
     if (e.malformedMetadata) Flag("result-structure", f + "malformed result metadata");
     if (e.metadata == nullptr && !e.malformedMetadata && e.claimedBuffers == 0 && !e.inputBuffer)
         Flag("empty-result", f + "result with nothing in it");
-    if (e.metadata != nullptr) HandleMetadata(e, *entry);
+    if (e.metadata != nullptr)
+        HandleMetadata(e, *entry);
     else if (e.partial != 0 && !e.malformedMetadata)
         Flag("partial-without-metadata", f + "partial_result " + std::to_string(e.partial) + " without metadata");
     for (const auto& b : e.buffers) HandleBuffer(e.frame, *entry, b);
@@ -102,9 +104,9 @@ void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
         return;
     }
     entry.anyMetadata = true;
-    if (e.partial < 1 || e.partial > limits_.partialCount) {
+    if (e.partial < 1 || e.partial > m_limits.partialCount) {
         Flag("partial-range", f + "partial_result " + std::to_string(e.partial) + " outside 1.." +
-                                  std::to_string(limits_.partialCount));
+                                  std::to_string(m_limits.partialCount));
         return;
     }
     if (!entry.partials.insert(e.partial).second) {
@@ -121,16 +123,16 @@ void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
                                          std::to_string(entry.shutterNs));
     }
     int depth = GetU8(e.metadata.get(), ANDROID_REQUEST_PIPELINE_DEPTH, -1);
-    if (limits_.pipelineMaxDepth > 0 && depth > limits_.pipelineMaxDepth)
+    if (m_limits.pipelineMaxDepth > 0 && depth > m_limits.pipelineMaxDepth)
         Flag("pipeline-depth", f + "android.request.pipelineDepth " + std::to_string(depth) + " above the maximum " +
-                                   std::to_string(limits_.pipelineMaxDepth));
+                                   std::to_string(m_limits.pipelineMaxDepth));
     MergeMetadata(entry, std::move(e.metadata));
-    if (e.partial == limits_.partialCount) {
+    if (e.partial == m_limits.partialCount) {
         entry.finalMetadata = true;
-        if (anyFinal_ && e.frame <= lastFinalFrame_)
-            Flag("final-result-order", f + "final result after frame " + std::to_string(lastFinalFrame_) + "'s");
-        anyFinal_ = true;
-        lastFinalFrame_ = std::max(lastFinalFrame_, e.frame);
+        if (m_anyFinal && e.frame <= m_lastFinalFrame)
+            Flag("final-result-order", f + "final result after frame " + std::to_string(m_lastFinalFrame) + "'s");
+        m_anyFinal = true;
+        m_lastFinalFrame = std::max(m_lastFinalFrame, e.frame);
         if (entry.sensorNs < 0) Flag("sensor-timestamp-missing", f + "no android.sensor.timestamp in the result");
     }
 }
@@ -151,7 +153,8 @@ void ResultChecker::MergeMetadata(Entry& entry, MetadataPtr metadata) {
 void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b) {
     const std::string f = FrameText(frame);
     if (b.stream == nullptr || b.handle == nullptr) {
-        Flag("buffer-null", f + (b.stream == nullptr ? "returned buffer without a stream" : "returned buffer without a handle"));
+        Flag("buffer-null",
+             f + (b.stream == nullptr ? "returned buffer without a stream" : "returned buffer without a handle"));
         return;
     }
     auto p = std::find_if(entry.buffers.begin(), entry.buffers.end(),
@@ -166,18 +169,22 @@ void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuf
     }
     p->returned = true;
     p->status = b.status;
-    if (b.acquireFence != -1) Flag("buffer-acquire-fence", f + "acquire fence " + std::to_string(b.acquireFence) + ", not -1");
+    if (b.acquireFence != -1)
+        Flag("buffer-acquire-fence", f + "acquire fence " + std::to_string(b.acquireFence) + ", not -1");
     if (b.releaseFence != -1) WaitReleaseFence(f, b.releaseFence);
     if (!BufferOrder(frame, *p, b))
-        Flag("buffer-fifo", f + "buffer came back after frame " + std::to_string(p->overtakenBy) + "'s on the same stream");
+        Flag("buffer-fifo",
+             f + "buffer came back after frame " + std::to_string(p->overtakenBy) + "'s on the same stream");
     bool ok = b.status == CAMERA3_BUFFER_STATUS_OK;
-    if (ok && entry.errorRequest) Flag("error-request-buffer", f + "buffer returned OK after ERROR_REQUEST");
-    else if (ok && entry.errorBuffers.count(b.stream)) Flag("error-buffer-status", f + "buffer returned OK after ERROR_BUFFER");
-    if (inspector_) {
+    if (ok && entry.errorRequest)
+        Flag("error-request-buffer", f + "buffer returned OK after ERROR_REQUEST");
+    else if (ok && entry.errorBuffers.count(b.stream))
+        Flag("error-buffer-status", f + "buffer returned OK after ERROR_BUFFER");
+    if (m_inspector) {
         // The picture of a buffer that should have failed is not looked at.
         ReturnedBuffer seen = b;
         if (entry.errorRequest || entry.errorBuffers.count(b.stream)) seen.status = CAMERA3_BUFFER_STATUS_ERROR;
-        std::string failure = inspector_(frame, seen);
+        std::string failure = m_inspector(frame, seen);
         if (!failure.empty()) FailLocked(failure);
     }
 }
@@ -186,12 +193,12 @@ void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuf
 // later frame's buffer of the stream had overtaken this one. Error buffers
 // returned while the device flushes are out of the order.
 bool ResultChecker::BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer& b) {
-    auto& q = streamQueues_[b.stream];
+    auto& q = m_streamQueues[b.stream];
     auto mine = std::find(q.begin(), q.end(), frame);
-    bool exempt = flushing_ && b.status != CAMERA3_BUFFER_STATUS_OK;
+    bool exempt = m_flushing && b.status != CAMERA3_BUFFER_STATUS_OK;
     for (auto it = q.begin(); it != mine && !exempt; ++it) {
-        auto earlier = inFlight_.find(*it);
-        if (earlier == inFlight_.end()) continue;
+        auto earlier = m_inFlight.find(*it);
+        if (earlier == m_inFlight.end()) continue;
         for (auto& other : earlier->second.buffers)
             if (other.stream == b.stream && !other.returned && other.overtakenBy == 0) other.overtakenBy = frame;
     }
@@ -207,7 +214,7 @@ void ResultChecker::WaitReleaseFence(const std::string& f, int fence) {
         return;
     }
     pollfd pfd{fence, POLLIN, 0};
-    int bound = int(std::min<int64_t>(limits_.stallNs / 1000000, 10000));
+    int bound = int(std::min<int64_t>(m_limits.stallNs / 1000000, 10000));
     int rc = poll(&pfd, 1, bound);
     if (rc > 0 && (pfd.revents & POLLNVAL)) {
         Flag("release-fence", f + "release fence " + std::to_string(fence) + " is not an open file descriptor");
@@ -218,10 +225,13 @@ void ResultChecker::WaitReleaseFence(const std::string& f, int fence) {
 }
 
 void ResultChecker::HandleNotify(const camera3_notify_msg_t& msg) {
-    if (deviceError_) Flag("after-error-device", "notify after ERROR_DEVICE");
-    if (msg.type == CAMERA3_MSG_SHUTTER) HandleShutter(msg.message.shutter);
-    else if (msg.type == CAMERA3_MSG_ERROR) HandleError(msg.message.error);
-    else Flag("notify-type", "unknown notify type " + std::to_string(msg.type));
+    if (m_deviceError) Flag("after-error-device", "notify after ERROR_DEVICE");
+    if (msg.type == CAMERA3_MSG_SHUTTER)
+        HandleShutter(msg.message.shutter);
+    else if (msg.type == CAMERA3_MSG_ERROR)
+        HandleError(msg.message.error);
+    else
+        Flag("notify-type", "unknown notify type " + std::to_string(msg.type));
 }
 
 void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
@@ -235,16 +245,16 @@ void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
         return;
     }
     if (entry->errorRequest) Flag("error-request-shutter", f + "shutter after ERROR_REQUEST");
-    if (anyShutter_ && frame <= lastShutterFrame_)
-        Flag("shutter-order", f + "shutter after frame " + std::to_string(lastShutterFrame_) + "'s");
-    if (anyShutter_ && ts <= lastShutterNs_)
+    if (m_anyShutter && frame <= m_lastShutterFrame)
+        Flag("shutter-order", f + "shutter after frame " + std::to_string(m_lastShutterFrame) + "'s");
+    if (m_anyShutter && ts <= m_lastShutterNs)
         Flag("shutter-timestamp-order", f + "timestamp " + std::to_string(ts) + " does not rise");
     if (entry->sensorNs >= 0 && uint64_t(entry->sensorNs) != ts)
-        Flag("sensor-timestamp", f + "shutter " + std::to_string(ts) + " != android.sensor.timestamp " +
-                                     std::to_string(entry->sensorNs));
-    anyShutter_ = true;
-    lastShutterFrame_ = std::max(lastShutterFrame_, frame);
-    lastShutterNs_ = std::max(lastShutterNs_, ts);
+        Flag("sensor-timestamp",
+             f + "shutter " + std::to_string(ts) + " != android.sensor.timestamp " + std::to_string(entry->sensorNs));
+    m_anyShutter = true;
+    m_lastShutterFrame = std::max(m_lastShutterFrame, frame);
+    m_lastShutterNs = std::max(m_lastShutterNs, ts);
     entry->shutter = true;
     entry->shutterNs = ts;
     MaybeComplete(frame, NowNs());
@@ -260,7 +270,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
         Flag("error-stream", f + "error " + std::to_string(err.error_code) + " names a stream");
     if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
         Flag("error-device", "the device reported ERROR_DEVICE");
-        deviceError_ = true;
+        m_deviceError = true;
         return;
     }
     Entry* entry = Lookup(err.frame_number, "error notify");
@@ -276,7 +286,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
                 if (p.returned && p.status == CAMERA3_BUFFER_STATUS_OK)
                     Flag("error-request-buffer", f + "ERROR_REQUEST after a buffer came back OK");
             entry->errorRequest = true;
-            ++errorFrames_;
+            ++m_errorFrames;
             break;
         case CAMERA3_MSG_ERROR_RESULT:
             if (entry->errorResult) {
@@ -285,7 +295,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
             }
             if (entry->finalMetadata) Flag("error-result-late", f + "ERROR_RESULT after the final result");
             entry->errorResult = true;
-            ++errorFrames_;
+            ++m_errorFrames;
             break;
         case CAMERA3_MSG_ERROR_BUFFER: {
             auto p = std::find_if(entry->buffers.begin(), entry->buffers.end(),
@@ -300,7 +310,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
             }
             if (p->returned && p->status == CAMERA3_BUFFER_STATUS_OK)
                 Flag("error-buffer-status", f + "ERROR_BUFFER for a buffer that came back OK");
-            if (entry->errorBuffers.size() == 1 && !entry->errorRequest && !entry->errorResult) ++errorFrames_;
+            if (entry->errorBuffers.size() == 1 && !entry->errorRequest && !entry->errorResult) ++m_errorFrames;
             break;
         }
     }
@@ -308,10 +318,11 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
 }
 
 void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
-    auto it = inFlight_.find(frame);
-    if (it == inFlight_.end()) return;
+    auto it = m_inFlight.find(frame);
+    if (it == m_inFlight.end()) return;
     Entry& entry = it->second;
-    bool buffersBack = std::all_of(entry.buffers.begin(), entry.buffers.end(), [](const Pending& p) { return p.returned; });
+    bool buffersBack =
+        std::all_of(entry.buffers.begin(), entry.buffers.end(), [](const Pending& p) { return p.returned; });
     bool metadataDone = entry.finalMetadata || entry.errorRequest || entry.errorResult;
     if (!buffersBack || !metadataDone || !(entry.shutter || entry.errorRequest)) return;
     // The frame ends here: an error buffer must have been reported by now.
@@ -328,23 +339,23 @@ void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
     record.errorBuffer = !entry.errorBuffers.empty();
     record.result = std::move(entry.result);
     for (const auto& p : entry.buffers) record.buffers.push_back({p.stream, p.handle, p.status});
-    if (trace_) {
+    if (m_trace) {
         std::ostringstream line;
         line << "frame " << frame << " shutter=" << entry.shutterNs << " partials=" << entry.partials.size()
              << " buffers=" << entry.buffers.size() << " latency_us=" << (arrivalNs - entry.submitNs) / 1000
              << (entry.errorRequest ? " ERROR_REQUEST" : "") << (entry.errorResult ? " ERROR_RESULT" : "")
              << (entry.errorBuffers.empty() ? "" : " ERROR_BUFFER");
-        trace_(line.str());
+        m_trace(line.str());
     }
-    completed_.push_back(std::move(record));
-    done_[frame] = entry.errorRequest;
-    inFlight_.erase(it);
+    m_completed.push_back(std::move(record));
+    m_done[frame] = entry.errorRequest;
+    m_inFlight.erase(it);
 }
 
 void ResultChecker::ExplainStall() {
     bool unexplained = false;
-    for (const auto& [frame, entry] : inFlight_) {
-        if (!stallExplained_.insert(frame).second) continue;
+    for (const auto& [frame, entry] : m_inFlight) {
+        if (!m_stallExplained.insert(frame).second) continue;
         bool lost = false;
         for (const auto& p : entry.buffers)
             if (!p.returned && p.overtakenBy != 0) {
@@ -355,9 +366,9 @@ void ResultChecker::ExplainStall() {
         unexplained |= !lost;
     }
     if (unexplained)
-        Flag("result-timeout", "nothing arrived for " + std::to_string(limits_.stallNs / 1000000) + " ms with " +
-                                   std::to_string(inFlight_.size()) + " frame(s) in flight");
-    if (trace_) trace_("in-flight table at the time-out:\n" + InFlightTableLocked());
+        Flag("result-timeout", "nothing arrived for " + std::to_string(m_limits.stallNs / 1000000) + " ms with " +
+                                   std::to_string(m_inFlight.size()) + " frame(s) in flight");
+    if (m_trace) m_trace("in-flight table at the time-out:\n" + InFlightTableLocked());
 }
 
 }  // namespace hal3_check

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_RESULT_EVENT_H
+#define HAL3_CHECK_RESULT_EVENT_H
 // One callback or submission as the checker thread takes it from the queue
 // (private to ResultChecker).
 
@@ -14,7 +15,7 @@ struct ResultChecker::Event {
     MetadataPtr metadata;
     bool malformedMetadata = false;  // metadata came but failed validation
     bool nullResult = false;
-    uint32_t claimedBuffers = 0;     // num_output_buffers as the device gave it
+    uint32_t claimedBuffers = 0;  // num_output_buffers as the device gave it
     bool bufferArray = false;
     std::vector<ReturnedBuffer> buffers;
     bool inputBuffer = false;
@@ -23,3 +24,5 @@ struct ResultChecker::Event {
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_RESULT_EVENT_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_RULES_H
+#define HAL3_CHECK_RULES_H
 // The rules a camera HAL module is held to, in one table: each finding of the
 // tool names one of them as "[rule <id>]". A "must" rule is one Android's
 // camera service enforces (it fails the device or rejects the call); a
@@ -32,3 +33,5 @@ bool IsWarning(const std::string& finding);
 std::string RulesMarkdown();
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_RULES_H

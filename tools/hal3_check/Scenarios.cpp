@@ -17,41 +17,49 @@ std::vector<std::string> CameraIds() {
 }
 
 void CameraScenario::SetUp() {
-    id_ = GetParam();
-    ASSERT_EQ(module_.Info(std::stoi(id_), &info_), 0) << Finding("camera-info", "get_camera_info(" + id_ + ") failed");
-    static_ = info_.static_camera_characteristics;
-    ASSERT_NE(static_, nullptr) << Finding("camera-info", "no static metadata");
-    ASSERT_EQ(validate_camera_metadata_structure(static_, nullptr), 0) << Finding("static-structure", "static metadata is malformed");
-    partialCount_ = uint32_t(std::max(1, GetI32(static_, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
+    m_id = GetParam();
+    ASSERT_EQ(m_module.Info(std::stoi(m_id), &m_info), 0)
+        << Finding("camera-info", "get_camera_info(" + m_id + ") failed");
+    m_static = m_info.static_camera_characteristics;
+    ASSERT_NE(m_static, nullptr) << Finding("camera-info", "no static metadata");
+    ASSERT_EQ(validate_camera_metadata_structure(m_static, nullptr), 0)
+        << Finding("static-structure", "static metadata is malformed");
+    m_partialCount = uint32_t(std::max(1, GetI32(m_static, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
     // Our own core draws the frame number into its pictures and reports it in
     // a vendor tag; only a module that declares that tag among its result keys
     // is held to them.
-    uint32_t counter = module_.FindVendorTag("com.zelkov.sim", "frameCounter");
-    auto resultKeys = Find(static_, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS);
+    uint32_t counter = m_module.FindVendorTag("com.zelkov.sim", "frameCounter");
+    auto resultKeys = Find(m_static, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS);
     if (counter != 0 && std::find(resultKeys.data.i32, resultKeys.data.i32 + resultKeys.count, int32_t(counter)) !=
                             resultKeys.data.i32 + resultKeys.count)
-        frameCounterTag_ = counter;
-    blobBytes_ = uint32_t(std::max(0, GetI32(static_, ANDROID_JPEG_MAX_SIZE, 0)));
-    stallNs_ = int64_t(options().stallMs) * 1000000;
+        m_frameCounterTag = counter;
+    m_blobBytes = uint32_t(std::max(0, GetI32(m_static, ANDROID_JPEG_MAX_SIZE, 0)));
+    m_stallNs = int64_t(options().stallMs) * 1000000;
 }
 
 void CameraScenario::TearDown() {
-    if (device_ != nullptr && device_->device() != nullptr) Close();
-    checker_.reset();  // its thread may still use the fixtures' inspector
+    if (m_device != nullptr && m_device->device() != nullptr) Close();
+    m_checker.reset();  // its thread may still use the fixtures' inspector
     std::vector<int64_t> latencies;
     uint32_t errors = 0;
-    for (const auto& f : frames_) {
-        if (f.errorRequest || f.errorResult || f.errorBuffer) ++errors;
-        else latencies.push_back(f.doneNs - f.submitNs);
+    for (const auto& f : m_frames) {
+        if (f.errorRequest || f.errorResult || f.errorBuffer)
+            ++errors;
+        else
+            latencies.push_back(f.doneNs - f.submitNs);
     }
     std::sort(latencies.begin(), latencies.end());
     auto pct = [&](double p) { return latencies.empty() ? 0.0 : latencies[size_t(p * (latencies.size() - 1))] / 1e6; };
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     char line[512];
-    std::string warned = warnings_ ? " warnings=" + std::to_string(warnings_) : "";
-    snprintf(line, sizeof line, "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s%s",
-             id_.c_str(), test->test_suite_name(), HasFailure() ? "FAIL" : IsSkipped() ? "SKIP" : "PASS", frames_.size(), errors, pct(0.5),
-             pct(0.99), note_.empty() ? "" : " ", note_.c_str(), warned.c_str());
+    std::string warned = m_warnings ? " warnings=" + std::to_string(m_warnings) : "";
+    snprintf(line, sizeof line,
+             "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s%s",
+             m_id.c_str(), test->test_suite_name(),
+             HasFailure()  ? "FAIL"
+             : IsSkipped() ? "SKIP"
+                           : "PASS",
+             m_frames.size(), errors, pct(0.5), pct(0.99), m_note.empty() ? "" : " ", m_note.c_str(), warned.c_str());
     Report::Get().Summary(line);
 }
 
@@ -59,7 +67,7 @@ void CameraScenario::ReportFailures(const std::vector<std::string>& findings) {
     size_t shown = 0, failures = 0;
     for (const auto& f : findings) {
         if (IsWarning(f)) {
-            ++warnings_;
+            ++m_warnings;
             Report::Get().Trace("WARN " + f);
             continue;
         }
@@ -70,35 +78,38 @@ void CameraScenario::ReportFailures(const std::vector<std::string>& findings) {
 }
 
 void CameraScenario::Open() {
-    device_ = DeviceConnector::Make();
-    ASSERT_EQ(device_->Open(module_, id_), 0) << Finding("open", "open(" + id_ + ") failed");
-    ASSERT_GE(device_->device()->common.version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+    m_device = DeviceConnector::Make();
+    ASSERT_EQ(m_device->Open(m_module, m_id), 0) << Finding("open", "open(" + m_id + ") failed");
+    ASSERT_GE(m_device->device()->common.version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
         << Finding("device-version", "the open device reports an API below 3.2");
-    std::string tag = id_ + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
-    checker_ = std::make_unique<ResultChecker>(LimitsOf(static_, stallNs_),
-                                               [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
-    device_->Attach(checker_.get());
-    ASSERT_EQ(device_->Initialize(), 0) << Finding("initialize", "initialize failed");
-    initialized_ = true;
-    streams_ = std::make_unique<StreamFixture>(device_);
-    std::string prefix = "camera" + id_ + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+    std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+    m_checker = std::make_unique<ResultChecker>(
+        LimitsOf(m_static, m_stallNs), [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
+    m_device->Attach(m_checker.get());
+    ASSERT_EQ(m_device->Initialize(), 0) << Finding("initialize", "initialize failed");
+    m_initialized = true;
+    m_streams = std::make_unique<StreamFixture>(m_device);
+    std::string prefix =
+        "camera" + m_id + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     std::replace(prefix.begin(), prefix.end(), '/', '_');
-    frames_fixture_ = std::make_unique<FrameFixture>(device_, streams_.get(), checker_.get(), stallNs_, prefix);
-    frames_fixture_->DecodeFrameNumbers(frameCounterTag_ != 0);
+    m_framesFixture = std::make_unique<FrameFixture>(m_device, m_streams.get(), m_checker.get(), m_stallNs, prefix);
+    m_framesFixture->DecodeFrameNumbers(m_frameCounterTag != 0);
 }
 
 bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
     std::vector<std::string> failures;
-    int rc = streams_->Configure(specs, blobBytes_, &failures);
-    if (rc == -ENODEV) checker_->DeviceLost("configure_streams");
-    else if (rc != 0) failures.push_back(Finding("configure", "a supported configuration was refused: " + std::to_string(rc)));
+    int rc = m_streams->Configure(specs, m_blobBytes, &failures);
+    if (rc == -ENODEV)
+        m_checker->DeviceLost("configure_streams");
+    else if (rc != 0)
+        failures.push_back(Finding("configure", "a supported configuration was refused: " + std::to_string(rc)));
     ReportFailures(failures);
-    frames_fixture_->ResetSettings();
+    m_framesFixture->ResetSettings();
     return rc == 0 && failures.empty();
 }
 
 MetadataPtr CameraScenario::Settings(int templateType) {
-    const camera_metadata_t* d = device_->DefaultSettings(templateType);
+    const camera_metadata_t* d = m_device->DefaultSettings(templateType);
     if (d != nullptr && validate_camera_metadata_structure(d, nullptr) != 0) {
         Record(Finding("default-settings", "template " + std::to_string(templateType) + ": malformed settings"));
         d = nullptr;
@@ -110,77 +121,85 @@ MetadataPtr CameraScenario::Settings(int templateType) {
 bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams,
                             bool dumpLast) {
     for (int i = 0; i < count; ++i) {
-        if (checker_->deviceError()) return false;  // only close is left
-        uint32_t frame = frames_fixture_->nextFrame();
-        if (dumpLast && i == count - 1) frames_fixture_->DumpFrame(frame);
-        int rc = frames_fixture_->Submit(settings, streams, &frame);
+        if (m_checker->deviceError()) return false;  // only close is left
+        uint32_t frame = m_framesFixture->nextFrame();
+        if (dumpLast && i == count - 1) m_framesFixture->DumpFrame(frame);
+        int rc = m_framesFixture->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
-            ReportFailures(checker_->TakeFailures());
+            ReportFailures(m_checker->TakeFailures());
             Record(Finding("result-timeout", "no buffer came back to submit frame " + std::to_string(frame)));
             return false;
         }
-        if (rc == -ENODEV) checker_->DeviceLost("process_capture_request");
-        else if (rc != 0) Record(Finding("request", "frame " + std::to_string(frame) + " refused: " + std::to_string(rc)));
+        if (rc == -ENODEV)
+            m_checker->DeviceLost("process_capture_request");
+        else if (rc != 0)
+            Record(Finding("request", "frame " + std::to_string(frame) + " refused: " + std::to_string(rc)));
         if (rc != 0) return false;
     }
     return true;
 }
 
 bool CameraScenario::Drain() {
-    bool idle = checker_->WaitIdle();
+    bool idle = m_checker->WaitIdle();
     if (!idle) {
-        std::string table = checker_->InFlightTable();
-        fprintf(stderr, "in-flight table at the time-out (camera %s):\n%s", id_.c_str(), table.c_str());
+        std::string table = m_checker->InFlightTable();
+        fprintf(stderr, "in-flight table at the time-out (camera %s):\n%s", m_id.c_str(), table.c_str());
         std::string suite = ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
-        Report::Get().WriteFile("inflight_" + id_ + "_" + suite.substr(suite.rfind('/') + 1) + ".txt",
+        Report::Get().WriteFile("inflight_" + m_id + "_" + suite.substr(suite.rfind('/') + 1) + ".txt",
                                 std::vector<uint8_t>(table.begin(), table.end()));
     }
-    ReportFailures(checker_->TakeFailures());
-    ReportFailures(checker_->TakeWarnings());
-    for (auto& f : checker_->TakeCompleted()) {
-        int64_t drawn = frameCounterTag_ ? GetI64(f.result.get(), frameCounterTag_, -1) : -1;
+    ReportFailures(m_checker->TakeFailures());
+    ReportFailures(m_checker->TakeWarnings());
+    for (auto& f : m_checker->TakeCompleted()) {
+        int64_t drawn = m_frameCounterTag ? GetI64(f.result.get(), m_frameCounterTag, -1) : -1;
         if (drawn >= 0 && drawn != int64_t(f.frame))
             Record(Finding("stale-frame", "frame " + std::to_string(f.frame) + ": com.zelkov.sim.frameCounter says " +
                                               std::to_string(drawn)));
-        frames_.push_back(std::move(f));
+        m_frames.push_back(std::move(f));
     }
     return idle;
 }
 
 int CameraScenario::TimedFlush() {
-    checker_->BeginFlush();
+    m_checker->BeginFlush();
     int64_t start = NowNs();
-    int rc = device_->Flush();
+    int rc = m_device->Flush();
     int64_t ms = (NowNs() - start) / 1000000;
-    checker_->EndFlush();
-    if (rc == -ENODEV) checker_->DeviceLost("flush");
-    else if (rc != 0) Record(Finding("flush", "flush failed: " + std::to_string(rc)));
-    if (ms > 1000) Record(Finding("flush-time", "flush took " + std::to_string(ms) + " ms"));
-    else if (ms > 100) Record(Finding("flush-time-target", "flush took " + std::to_string(ms) + " ms"));
+    m_checker->EndFlush();
+    if (rc == -ENODEV)
+        m_checker->DeviceLost("flush");
+    else if (rc != 0)
+        Record(Finding("flush", "flush failed: " + std::to_string(rc)));
+    if (ms > 1000)
+        Record(Finding("flush-time", "flush took " + std::to_string(ms) + " ms"));
+    else if (ms > 100)
+        Record(Finding("flush-time-target", "flush took " + std::to_string(ms) + " ms"));
     return rc;
 }
 
 void CameraScenario::Close() {
-    if (checker_ == nullptr || !initialized_) {
+    if (m_checker == nullptr || !m_initialized) {
         // Open stopped short: as the service, only close what was opened.
-        EXPECT_EQ(device_->Close(), 0) << Finding("close", "close failed");
+        EXPECT_EQ(m_device->Close(), 0) << Finding("close", "close failed");
         return;
     }
-    if (!checker_->deviceError()) {
+    if (!m_checker->deviceError()) {
         TimedFlush();
-        checker_->Sync();
-        size_t left = checker_->InFlight();
+        m_checker->Sync();
+        size_t left = m_checker->InFlight();
         bool stalled = !Drain();
         if (!stalled && left != 0)
             Record(Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned"));
     }
     Drain();  // after a fatal error, what came is still reported
-    EXPECT_EQ(device_->Close(), 0) << Finding("close", "close failed");
+    EXPECT_EQ(m_device->Close(), 0) << Finding("close", "close failed");
     // Give a misbehaving pipeline a few frame times to call back after close.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(device_->lateCallbacks(), 0) << Finding("no-callback-after-close", "callbacks after close");
-    std::vector<std::string> dumps = frames_fixture_->dumped();
-    if (!dumps.empty()) note_ += (note_.empty() || note_.back() == ' ' ? "" : " ") + std::string("dumps=") + std::to_string(dumps.size());
+    EXPECT_EQ(m_device->lateCallbacks(), 0) << Finding("no-callback-after-close", "callbacks after close");
+    std::vector<std::string> dumps = m_framesFixture->dumped();
+    if (!dumps.empty())
+        m_note +=
+            (m_note.empty() || m_note.back() == ' ' ? "" : " ") + std::string("dumps=") + std::to_string(dumps.size());
 }
 
 std::vector<StreamConfig> CameraScenario::YuvSizes() {
@@ -191,9 +210,10 @@ std::vector<StreamConfig> CameraScenario::YuvSizes() {
 
 std::vector<StreamConfig> CameraScenario::Sizes(int format) const {
     std::vector<StreamConfig> out;
-    for (const auto& c : OutputConfigs(static_))
+    for (const auto& c : OutputConfigs(m_static))
         if (c.format == format) out.push_back(c);
-    std::sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a.width * a.height > b.width * b.height; });
+    std::sort(out.begin(), out.end(),
+              [](const auto& a, const auto& b) { return a.width * a.height > b.width * b.height; });
     return out;
 }
 
@@ -211,34 +231,35 @@ std::string Name(const ::testing::TestParamInfo<std::string>& p) { return "camer
 
 class StaticMetadata : public CameraScenario {};
 TEST_P(StaticMetadata, HoldsEveryRequiredKey) {
-    ReportFailures(CheckStaticMetadata(static_, info_.facing, info_.orientation));
-    EXPECT_GE(info_.device_version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+    ReportFailures(CheckStaticMetadata(m_static, m_info.facing, m_info.orientation));
+    EXPECT_GE(m_info.device_version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
         << Finding("device-version", "camera_info reports a device API below 3.2");
-    EXPECT_GT(partialCount_, 0u);
-    note_ = "keys=" + std::to_string(get_camera_metadata_entry_count(static_));
+    EXPECT_GT(m_partialCount, 0u);
+    m_note = "keys=" + std::to_string(get_camera_metadata_entry_count(m_static));
 }
 
 class OpenClose : public CameraScenario {};
 TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
     hw_device_t* dev = nullptr;
-    const hw_module_t* m = &module_.module()->common;
+    const hw_module_t* m = &m_module.module()->common;
     for (const char* bad : {"-1", "99", "x"})
-        if (m->methods->open(m, bad, &dev) == 0) Record(Finding("open-bad-id", "open(\"" + std::string(bad) + "\") succeeded"));
+        if (m->methods->open(m, bad, &dev) == 0)
+            Record(Finding("open-bad-id", "open(\"" + std::string(bad) + "\") succeeded"));
     ASSERT_NO_FATAL_FAILURE(Open());
     DeviceConnector* second = DeviceConnector::Make();
-    int rc = second->Open(module_, id_);
-    if (rc == 0) Record(Finding("open-twice", "a second open of camera " + id_ + " succeeded"));
+    int rc = second->Open(m_module, m_id);
+    if (rc == 0) Record(Finding("open-twice", "a second open of camera " + m_id + " succeeded"));
     if (rc == 0) second->Close();
     // ZSL is required only with a reprocessing capability and MANUAL only with
     // MANUAL_SENSOR (CameraDevice's template list); without them a null is a refusal.
-    const bool zsl = HasCapability(static_, kCapabilityPrivateReprocessing) ||
-                     HasCapability(static_, kCapabilityYuvReprocessing);
-    const bool manual = HasCapability(static_, kCapabilityManualSensor);
+    const bool zsl =
+        HasCapability(m_static, kCapabilityPrivateReprocessing) || HasCapability(m_static, kCapabilityYuvReprocessing);
+    const bool manual = HasCapability(m_static, kCapabilityManualSensor);
     for (int t = CAMERA3_TEMPLATE_PREVIEW; t <= CAMERA3_TEMPLATE_MANUAL; ++t) {
         bool required = t == CAMERA3_TEMPLATE_ZERO_SHUTTER_LAG ? zsl : t == CAMERA3_TEMPLATE_MANUAL ? manual : true;
-        ReportFailures(CheckDefaultSettings(device_->DefaultSettings(t), t, required));
+        ReportFailures(CheckDefaultSettings(m_device->DefaultSettings(t), t, required));
     }
-    EXPECT_EQ(device_->DefaultSettings(0), nullptr) << Finding("default-settings", "template 0 gave settings");
+    EXPECT_EQ(m_device->DefaultSettings(0), nullptr) << Finding("default-settings", "template 0 gave settings");
     Close();
     ASSERT_NO_FATAL_FAILURE(Open());  // a closed camera opens again
     Close();
@@ -263,11 +284,12 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     };
     for (const auto& c : cases) {
         std::vector<std::string> failures;
-        EXPECT_EQ(streams_->Configure(c.specs, blobBytes_, &failures), -EINVAL) << Finding("configure-invalid", c.what);
+        EXPECT_EQ(m_streams->Configure(c.specs, m_blobBytes, &failures), -EINVAL)
+            << Finding("configure-invalid", c.what);
     }
     camera3_stream_configuration_t none{0, nullptr, 0, nullptr};
-    EXPECT_EQ(device_->Configure(&none), -EINVAL) << Finding("configure-invalid", "null stream list");
-    EXPECT_EQ(device_->device()->ops->configure_streams(device_->device(), nullptr), -EINVAL)
+    EXPECT_EQ(m_device->Configure(&none), -EINVAL) << Finding("configure-invalid", "null stream list");
+    EXPECT_EQ(m_device->device()->ops->configure_streams(m_device->device(), nullptr), -EINVAL)
         << Finding("configure-invalid", "null configuration");
     // A good configuration still works after the refusals.
     if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
@@ -283,7 +305,7 @@ TEST_P(Preview, EverySize) {
     ASSERT_NO_FATAL_FAILURE(Open());
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     int sizes = 0;
-    for (const auto& c : OutputConfigs(static_)) {
+    for (const auto& c : OutputConfigs(m_static)) {
         if (c.format == kFormatBlob) continue;
         uint64_t usage = c.format == kFormatImplementationDefined ? kUsageHwComposer : kUsageSwReadOften;
         if (!Configure({{c.format, uint32_t(c.width), uint32_t(c.height), usage}})) continue;
@@ -294,7 +316,7 @@ TEST_P(Preview, EverySize) {
         ++sizes;
     }
     EXPECT_GT(sizes, 0) << Finding("configure", "no preview size streamed");
-    note_ = "sizes=" + std::to_string(sizes) + " ";
+    m_note = "sizes=" + std::to_string(sizes) + " ";
 }
 
 class ThreeStreams : public CameraScenario {};
@@ -310,10 +332,11 @@ TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
         return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int i = 0; i < options().frames; ++i)
-        if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1}, i == options().frames - 1))
+        if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1},
+                    i == options().frames - 1))
             break;
     Drain();
-    EXPECT_GT(frames_fixture_->jpegs(), 0u) << Finding("jpeg-blob", "no JPEG came back");
+    EXPECT_GT(m_framesFixture->jpegs(), 0u) << Finding("jpeg-blob", "no JPEG came back");
 }
 
 class Reconfigure : public CameraScenario {};
@@ -328,7 +351,7 @@ TEST_P(Reconfigure, Cycles) {
         Stream(std::max(3, options().frames / 4), s.get(), {0});
         if (!Drain()) return;
     }
-    note_ = "cycles=4";
+    m_note = "cycles=4";
 }
 
 class Flush : public CameraScenario {};
@@ -338,24 +361,25 @@ TEST_P(Flush, WithRequestsInFlightAndWithNone) {
     if (sizes.empty()) return;
     StreamConfig c = sizes.back();
     if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-    if (streams_->stream(0)->max_buffers < 2) GTEST_SKIP() << "max_buffers is 1: one request in flight at a time";
+    if (m_streams->stream(0)->max_buffers < 2) GTEST_SKIP() << "max_buffers is 1: one request in flight at a time";
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     for (int round = 0; round < 3; ++round) {
-        if (!Stream(int(streams_->pool(0).size()), s.get(), {0})) return;
-        checker_->Sync();
-        size_t held = checker_->InFlight();
-        EXPECT_GE(held, 2u) << Finding("flush-in-flight", "only " + std::to_string(held) +
-                                                                " request(s) in the HAL when flush was called");
+        if (!Stream(int(m_streams->pool(0).size()), s.get(), {0})) return;
+        m_checker->Sync();
+        size_t held = m_checker->InFlight();
+        EXPECT_GE(held, 2u) << Finding("flush-in-flight",
+                                       "only " + std::to_string(held) + " request(s) in the HAL when flush was called");
         TimedFlush();
-        checker_->Sync();
-        size_t left = checker_->InFlight();
-        EXPECT_EQ(left, 0u) << Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned");
+        m_checker->Sync();
+        size_t left = m_checker->InFlight();
+        EXPECT_EQ(left, 0u) << Finding("flush-drains",
+                                       std::to_string(left) + " frame(s) still in flight when flush returned");
         if (!Drain()) return;
     }
-    TimedFlush();  // with nothing in flight
+    TimedFlush();             // with nothing in flight
     Stream(3, s.get(), {0});  // streaming resumes after a flush
     Drain();
-    note_ = "flushed_error_frames=" + std::to_string(checker_->errorFrames());
+    m_note = "flushed_error_frames=" + std::to_string(m_checker->errorFrames());
 }
 
 class InvalidRequests : public CameraScenario {};
@@ -365,11 +389,11 @@ TEST_P(InvalidRequests, AreRefusedWithEinval) {
     if (sizes.empty()) return;
     StreamConfig c = sizes.back();
     if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-    camera3_stream_t stranger = *streams_->stream(0);  // never configured
-    buffer_handle_t* h = streams_->pool(0).Acquire(stallNs_);
+    camera3_stream_t stranger = *m_streams->stream(0);  // never configured
+    buffer_handle_t* h = m_streams->pool(0).Acquire(m_stallNs);
     ASSERT_NE(h, nullptr);
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    camera3_stream_buffer_t good{streams_->stream(0), h, 0, -1, -1}, foreign{&stranger, h, 0, -1, -1};
+    camera3_stream_buffer_t good{m_streams->stream(0), h, 0, -1, -1}, foreign{&stranger, h, 0, -1, -1};
     const struct {
         const char* what;
         const camera_metadata_t* settings;
@@ -386,10 +410,10 @@ TEST_P(InvalidRequests, AreRefusedWithEinval) {
         request.settings = r.settings;
         request.num_output_buffers = r.count;
         request.output_buffers = r.buffers;
-        EXPECT_EQ(device_->Submit(&request), -EINVAL) << Finding("request-invalid", r.what);
+        EXPECT_EQ(m_device->Submit(&request), -EINVAL) << Finding("request-invalid", r.what);
     }
-    streams_->pool(0).Release(h);
-    EXPECT_EQ(device_->device()->ops->process_capture_request(device_->device(), nullptr), -EINVAL)
+    m_streams->pool(0).Release(h);
+    EXPECT_EQ(m_device->device()->ops->process_capture_request(m_device->device(), nullptr), -EINVAL)
         << Finding("request-invalid", "null request");
     EXPECT_TRUE(Stream(3, s.get(), {0}));  // the device still takes good requests
     Drain();
@@ -407,10 +431,11 @@ TEST_P(StillCapture, After3A) {
     // Only the modes the camera lists are asked for: a fixed-focus camera gets
     // no AF trigger and its AF INACTIVE counts as done, as CTS has it.
     auto lists = [&](uint32_t tag, uint8_t mode) {
-        auto modes = Find(static_, tag);
+        auto modes = Find(m_static, tag);
         return std::find(modes.data.u8, modes.data.u8 + modes.count, mode) != modes.data.u8 + modes.count;
     };
-    const bool af = lists(ANDROID_CONTROL_AF_AVAILABLE_MODES, kAfModeAuto), ae = lists(ANDROID_CONTROL_AE_AVAILABLE_MODES, kAeModeOn);
+    const bool af = lists(ANDROID_CONTROL_AF_AVAILABLE_MODES, kAfModeAuto),
+               ae = lists(ANDROID_CONTROL_AE_AVAILABLE_MODES, kAeModeOn);
     MetadataPtr idle = Settings(CAMERA3_TEMPLATE_PREVIEW);
     if (af) SetU8(idle, ANDROID_CONTROL_AF_MODE, kAfModeAuto);
     MetadataPtr trigger(clone_camera_metadata(idle.get()));
@@ -423,23 +448,25 @@ TEST_P(StillCapture, After3A) {
     for (int i = 0; i < 60 && !converged && !HasFailure(); ++i) {
         Stream(1, idle.get(), {0}, false);
         Drain();
-        for (const auto& f : frames_) {
+        for (const auto& f : m_frames) {
             int aeState = GetU8(f.result.get(), ANDROID_CONTROL_AE_STATE, -1);
             int afState = GetU8(f.result.get(), ANDROID_CONTROL_AF_STATE, -1);
-            bool aeDone = ae ? aeState == kAeStateConverged || aeState == kAeStateFlashRequired || aeState == kAeStateLocked
-                             : aeState == kAeStateInactive;
+            bool aeDone =
+                ae ? aeState == kAeStateConverged || aeState == kAeStateFlashRequired || aeState == kAeStateLocked
+                   : aeState == kAeStateInactive;
             bool afDone = af ? afState == kAfStateFocusedLocked || afState == kAfStateNotFocusedLocked
                              : afState == kAfStateInactive;
             converged |= aeDone && afDone;
         }
     }
-    EXPECT_TRUE(converged) << Finding("3a-converge", std::string(ae ? "AE did not converge" : "AE not INACTIVE") + " or " +
-                                                         (af ? "AF did not lock" : "AF not INACTIVE") + " after the triggers");
+    EXPECT_TRUE(converged) << Finding("3a-converge", std::string(ae ? "AE did not converge" : "AE not INACTIVE") +
+                                                         " or " + (af ? "AF did not lock" : "AF not INACTIVE") +
+                                                         " after the triggers");
     MetadataPtr still = Settings(CAMERA3_TEMPLATE_STILL_CAPTURE);
     ASSERT_EQ(GetU8(still.get(), ANDROID_CONTROL_CAPTURE_INTENT, -1), kIntent[CAMERA3_TEMPLATE_STILL_CAPTURE]);
     Stream(1, still.get(), {0, 1});
     Drain();
-    EXPECT_EQ(frames_fixture_->jpegs(), 1u) << Finding("jpeg-blob", "the still capture gave no JPEG");
+    EXPECT_EQ(m_framesFixture->jpegs(), 1u) << Finding("jpeg-blob", "the still capture gave no JPEG");
 }
 
 class Recording : public CameraScenario {};
@@ -447,7 +474,7 @@ TEST_P(Recording, HoldsItsFrameRate) {
     ASSERT_NO_FATAL_FAILURE(Open());
     // The fastest fixed fps range, and the smallest video size that reaches it
     // (so a host build with sanitizers keeps pace: it is the timing under test).
-    auto ranges = Find(static_, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
+    auto ranges = Find(m_static, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
     int32_t fps = 0;
     for (size_t i = 0; i + 1 < ranges.count; i += 2)
         if (ranges.data.i32[i] == ranges.data.i32[i + 1]) fps = std::max(fps, ranges.data.i32[i]);
@@ -457,7 +484,8 @@ TEST_P(Recording, HoldsItsFrameRate) {
     for (const auto& c : Sizes(kFormatImplementationDefined))
         if (c.minFrameNs <= targetNs) video = c;
     ASSERT_GT(video.width, 0) << Finding("frame-rate", "no video size reaches " + std::to_string(fps) + " fps");
-    if (!Configure({{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
+    if (!Configure(
+            {{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
         return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_VIDEO_RECORD);
     int32_t range[2] = {fps, fps};
@@ -466,22 +494,25 @@ TEST_P(Recording, HoldsItsFrameRate) {
     Drain();
     int outside = 0;
     const int64_t slack = targetNs * options().rateTolerancePct / 100;
-    for (size_t i = 1; i < frames_.size(); ++i) {
-        if (frames_[i].errorRequest || frames_[i - 1].errorRequest) continue;
-        int64_t interval = int64_t(frames_[i].shutterNs - frames_[i - 1].shutterNs);
+    for (size_t i = 1; i < m_frames.size(); ++i) {
+        if (m_frames[i].errorRequest || m_frames[i - 1].errorRequest) continue;
+        int64_t interval = int64_t(m_frames[i].shutterNs - m_frames[i - 1].shutterNs);
         if (interval >= targetNs - slack && interval <= targetNs + slack) continue;
         ++outside;
-        Record(Finding("frame-rate", "frames " + std::to_string(frames_[i - 1].frame) + "-" + std::to_string(frames_[i].frame) +
-                                         ": interval " + std::to_string(interval / 1000) + " us, target " +
-                                         std::to_string(targetNs / 1000) + " us +-" + std::to_string(options().rateTolerancePct) + "%"));
+        Record(Finding("frame-rate", "frames " + std::to_string(m_frames[i - 1].frame) + "-" +
+                                         std::to_string(m_frames[i].frame) + ": interval " +
+                                         std::to_string(interval / 1000) + " us, target " +
+                                         std::to_string(targetNs / 1000) + " us +-" +
+                                         std::to_string(options().rateTolerancePct) + "%"));
     }
-    note_ = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
+    m_note = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
 }
 
 class TestPattern : public CameraScenario {};
 TEST_P(TestPattern, ColorBars) {
-    auto modes = Find(static_, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES);
-    if (std::find(modes.data.i32, modes.data.i32 + modes.count, int32_t(kTestPatternColorBars)) == modes.data.i32 + modes.count)
+    auto modes = Find(m_static, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES);
+    if (std::find(modes.data.i32, modes.data.i32 + modes.count, int32_t(kTestPatternColorBars)) ==
+        modes.data.i32 + modes.count)
         GTEST_SKIP() << "COLOR_BARS not in android.sensor.availableTestPatternModes";
     ASSERT_NO_FATAL_FAILURE(Open());
     auto sizes = YuvSizes();
@@ -493,12 +524,12 @@ TEST_P(TestPattern, ColorBars) {
     Set(s, ANDROID_SENSOR_TEST_PATTERN_MODE, &mode, 1);
     Stream(3, s.get(), {0});
     if (!Drain()) return;
-    for (const auto& f : frames_)
-        EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode)
-            << Finding("test-pattern", "frame " + std::to_string(f.frame) + ": the result does not echo the test pattern mode");
+    for (const auto& f : m_frames)
+        EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode) << Finding(
+            "test-pattern", "frame " + std::to_string(f.frame) + ": the result does not echo the test pattern mode");
     // Nothing was submitted after the last frame: its buffer still holds its picture.
-    ASSERT_FALSE(frames_.empty() || frames_.back().buffers.empty()) << Finding("test-pattern", "no frame to look at");
-    const GrallocBuffer* picture = streams_->pool(0).Find(frames_.back().buffers[0].handle);
+    ASSERT_FALSE(m_frames.empty() || m_frames.back().buffers.empty()) << Finding("test-pattern", "no frame to look at");
+    const GrallocBuffer* picture = m_streams->pool(0).Find(m_frames.back().buffers[0].handle);
     ASSERT_NE(picture, nullptr);
     ReportFailures(CheckColorBars(*picture));
 }

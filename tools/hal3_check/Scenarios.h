@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_SCENARIOS_H
+#define HAL3_CHECK_SCENARIOS_H
 // The scenario base: one camera of the loaded module, opened with a checker
 // attached, with helpers to configure, stream and wind down. Scenarios are
 // GoogleTest tests over the module's cameras; each ends with one summary line.
@@ -51,22 +52,24 @@ protected:
     // YUV_420_888 sizes; none is a finding (the scenario then ends).
     std::vector<StreamConfig> YuvSizes();
 
-    ModuleConnector& module_ = ModuleConnector::Get();
-    std::string id_;
-    camera_info info_{};
-    const camera_metadata_t* static_ = nullptr;
-    uint32_t partialCount_ = 1;
-    uint32_t frameCounterTag_ = 0;  // com.zelkov.sim.frameCounter, when the module declares it
-    uint32_t blobBytes_ = 0;
-    int64_t stallNs_ = 0;
-    DeviceConnector* device_ = nullptr;
-    std::unique_ptr<ResultChecker> checker_;
-    std::unique_ptr<StreamFixture> streams_;
-    std::unique_ptr<FrameFixture> frames_fixture_;
-    std::vector<FrameRecord> frames_;
-    std::string note_;  // extra text for the summary line
-    uint32_t warnings_ = 0;
-    bool initialized_ = false;
+    ModuleConnector& m_module = ModuleConnector::Get();
+    std::string m_id;
+    camera_info m_info{};
+    const camera_metadata_t* m_static = nullptr;
+    uint32_t m_partialCount = 1;
+    uint32_t m_frameCounterTag = 0;  // com.zelkov.sim.frameCounter, when the module declares it
+    uint32_t m_blobBytes = 0;
+    int64_t m_stallNs = 0;
+    DeviceConnector* m_device = nullptr;
+    std::unique_ptr<ResultChecker> m_checker;
+    std::unique_ptr<StreamFixture> m_streams;
+    std::unique_ptr<FrameFixture> m_framesFixture;
+    std::vector<FrameRecord> m_frames;
+    std::string m_note;  // extra text for the summary line
+    uint32_t m_warnings = 0;
+    bool m_initialized = false;
 };
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_SCENARIOS_H

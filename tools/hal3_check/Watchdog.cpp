@@ -12,22 +12,22 @@ std::atomic<WatchPage*> g_page{nullptr};
 
 const char* HalCallName(HalCall call) {
     switch (call) {
-    case HalCall::kNone: return "no HAL call";
-    case HalCall::kModuleLoad: return "loading the module";
-    case HalCall::kModuleInit: return "camera_module_t::init";
-    case HalCall::kVendorTagOps: return "get_vendor_tag_ops";
-    case HalCall::kSetCallbacks: return "set_callbacks";
-    case HalCall::kNumberOfCameras: return "get_number_of_cameras";
-    case HalCall::kCameraInfo: return "get_camera_info";
-    case HalCall::kOpen: return "open";
-    case HalCall::kInitialize: return "initialize";
-    case HalCall::kDefaultSettings: return "construct_default_request_settings";
-    case HalCall::kConfigure: return "configure_streams";
-    case HalCall::kRequest: return "process_capture_request";
-    case HalCall::kFlush: return "flush";
-    case HalCall::kClose: return "close";
-    case HalCall::kResultCallback: return "the process_capture_result callback";
-    case HalCall::kNotifyCallback: return "the notify callback";
+        case HalCall::kNone: return "no HAL call";
+        case HalCall::kModuleLoad: return "loading the module";
+        case HalCall::kModuleInit: return "camera_module_t::init";
+        case HalCall::kVendorTagOps: return "get_vendor_tag_ops";
+        case HalCall::kSetCallbacks: return "set_callbacks";
+        case HalCall::kNumberOfCameras: return "get_number_of_cameras";
+        case HalCall::kCameraInfo: return "get_camera_info";
+        case HalCall::kOpen: return "open";
+        case HalCall::kInitialize: return "initialize";
+        case HalCall::kDefaultSettings: return "construct_default_request_settings";
+        case HalCall::kConfigure: return "configure_streams";
+        case HalCall::kRequest: return "process_capture_request";
+        case HalCall::kFlush: return "flush";
+        case HalCall::kClose: return "close";
+        case HalCall::kResultCallback: return "the process_capture_result callback";
+        case HalCall::kNotifyCallback: return "the notify callback";
     }
     return "an unknown call";
 }
@@ -41,7 +41,7 @@ int64_t MonotonicNs() {
     return int64_t(t.tv_sec) * 1000000000 + t.tv_nsec;
 }
 
-CallMark::CallMark(HalCall call) : call_(call) {
+CallMark::CallMark(HalCall call) : m_call(call) {
     WatchPage* page = watchPage();
     if (page == nullptr) return;
     bool callback = call == HalCall::kResultCallback || call == HalCall::kNotifyCallback;
@@ -56,8 +56,10 @@ CallMark::CallMark(HalCall call) : call_(call) {
 CallMark::~CallMark() {
     WatchPage* page = watchPage();
     if (page == nullptr) return;
-    if (call_ == HalCall::kResultCallback || call_ == HalCall::kNotifyCallback) page->callback.store(0);
-    else page->call.store(int32_t(HalCall::kNone));
+    if (m_call == HalCall::kResultCallback || m_call == HalCall::kNotifyCallback)
+        page->callback.store(0);
+    else
+        page->call.store(int32_t(HalCall::kNone));
 }
 
 void SaveInFlightTable(const std::string& table) {

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef HAL3_CHECK_WATCHDOG_H
+#define HAL3_CHECK_WATCHDOG_H
 // What a scenario's process leaves for the process that watches it: the HAL
 // call in progress and since when (the watcher ends a call that overruns its
 // bound), the callback in progress, the fatal signal, the latest in-flight
@@ -14,9 +15,22 @@ namespace hal3_check {
 
 // The module and device entry points, as named in the findings.
 enum class HalCall : int32_t {
-    kNone, kModuleLoad, kModuleInit, kVendorTagOps, kSetCallbacks, kNumberOfCameras, kCameraInfo,
-    kOpen, kInitialize, kDefaultSettings, kConfigure, kRequest, kFlush, kClose,
-    kResultCallback, kNotifyCallback,
+    kNone,
+    kModuleLoad,
+    kModuleInit,
+    kVendorTagOps,
+    kSetCallbacks,
+    kNumberOfCameras,
+    kCameraInfo,
+    kOpen,
+    kInitialize,
+    kDefaultSettings,
+    kConfigure,
+    kRequest,
+    kFlush,
+    kClose,
+    kResultCallback,
+    kNotifyCallback,
 };
 const char* HalCallName(HalCall call);
 
@@ -46,10 +60,12 @@ public:
     CallMark& operator=(const CallMark&) = delete;
 
 private:
-    HalCall call_;
+    HalCall m_call;
 };
 
 // Keeps the latest in-flight table for a report after a crash or time-out.
 void SaveInFlightTable(const std::string& table);
 
 }  // namespace hal3_check
+
+#endif  // HAL3_CHECK_WATCHDOG_H

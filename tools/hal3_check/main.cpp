@@ -53,20 +53,28 @@ bool ParseOptions(int* argc, char** argv, bool* help) {
     for (int i = 1; i < *argc && ok; ++i) {
         std::string a = argv[i];
         auto starts = [&](const char* name) { return a.rfind(name, 0) == 0; };
-        if (starts("--module=")) o.module = a.substr(9);
-        else if (starts("--camera=")) o.camera = a.substr(9);
-        else if (starts("--out=")) o.out = a.substr(6);
-        else if (starts("--frames=")) ok = Number(a, "--frames=", 1, 1000000, &o.frames);
-        else if (starts("--stall-ms=")) ok = Number(a, "--stall-ms=", 1, INT_MAX / 2, &o.stallMs);
-        else if (starts("--rate-tolerance=")) ok = Number(a, "--rate-tolerance=", 0, 100000, &o.rateTolerancePct);
-        else if (a == "--no-dump") o.dumpFrames = false;
+        if (starts("--module="))
+            o.module = a.substr(9);
+        else if (starts("--camera="))
+            o.camera = a.substr(9);
+        else if (starts("--out="))
+            o.out = a.substr(6);
+        else if (starts("--frames="))
+            ok = Number(a, "--frames=", 1, 1000000, &o.frames);
+        else if (starts("--stall-ms="))
+            ok = Number(a, "--stall-ms=", 1, INT_MAX / 2, &o.stallMs);
+        else if (starts("--rate-tolerance="))
+            ok = Number(a, "--rate-tolerance=", 0, 100000, &o.rateTolerancePct);
+        else if (a == "--no-dump")
+            o.dumpFrames = false;
         else if (a == "--help" || a == "-h" || a == "-?") {
             *help = true;
             argv[kept++] = argv[i];
         } else if (starts("--") && !starts("--gtest_")) {
             fprintf(stderr, "hal3_check: unknown option %s (--help lists the options)\n", a.c_str());
             ok = false;
-        } else argv[kept++] = argv[i];
+        } else
+            argv[kept++] = argv[i];
     }
     *argc = kept;
     return ok;
@@ -110,8 +118,8 @@ int main(int argc, char** argv) {
     hal3_check::IsolateScenarios();
     int rc = RUN_ALL_TESTS();
     hal3_check::RunTotals t = hal3_check::Totals();
-    printf("hal3_check: %d scenario run(s), %d failed, %d skipped; trace, frame pictures (%s) and JPEGs in %s\n", t.runs,
-           t.failed, t.skipped, hal3_check::Report::PngAvailable() ? "PNG" : "PNG not built",
+    printf("hal3_check: %d scenario run(s), %d failed, %d skipped; trace, frame pictures (%s) and JPEGs in %s\n",
+           t.runs, t.failed, t.skipped, hal3_check::Report::PngAvailable() ? "PNG" : "PNG not built",
            hal3_check::Report::Get().dir().c_str());
     return rc;
 }

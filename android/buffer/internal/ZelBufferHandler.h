@@ -22,9 +22,8 @@ public:
     int LockYCbCr(const native_handle* handle, unsigned int usage, const ZelRect& bounds,
                   ZelYCbCrLayout* layout) override;
     int Unlock(const native_handle* handle) override;
-    int Allocate(unsigned int width, unsigned int height, int format, unsigned int layerCount,
-                 unsigned long long usage, const native_handle** outHandle, unsigned int* outStride,
-                 const std::string& requestorName) override;
+    int Allocate(unsigned int width, unsigned int height, int format, unsigned int layerCount, unsigned long long usage,
+                 const native_handle** outHandle, unsigned int* outStride, const std::string& requestorName) override;
     int Free(const native_handle* handle) override;
     ZelRect GetAccessRegion(const native_handle* handle, int format, int width, int height, int opaqueWidth,
                             int opaqueHeight) override;

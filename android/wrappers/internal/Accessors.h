@@ -6,12 +6,12 @@
 // the field, the setter stores it; neither does anything else. A trailing
 // return type lets `Type` name a function-pointer alias of the class.
 
-#define ZEL_FIELD_ACCESSORS(Class, Name, Type, field)                 \
+#define ZEL_FIELD_ACCESSORS(Class, Name, Type, field)               \
     auto Class::Get##Name() const->Type { return m_record->field; } \
     void Class::Set##Name(Type value) { m_record->field = value; }
 
 // A function-pointer slot: GetFn/SetFn followed by the slot's name.
-#define ZEL_SLOT_ACCESSORS(Class, Name, Type, field)                    \
+#define ZEL_SLOT_ACCESSORS(Class, Name, Type, field)                  \
     auto Class::GetFn##Name() const->Type { return m_record->field; } \
     void Class::SetFn##Name(Type value) { m_record->field = value; }
 

@@ -28,8 +28,7 @@ static_assert(sizeof(camera_module) == 188 && offsetof(camera_module, get_number
 static_assert(sizeof(camera_module_callbacks) == 8, "camera_module_callbacks layout");
 static_assert(sizeof(camera_info) == 28 && offsetof(camera_info, conflicting_devices_length) == 24,
               "camera_info layout");
-static_assert(sizeof(camera_stream) == 32 && offsetof(camera_stream, physical_camera_id) == 28,
-              "camera_stream layout");
+static_assert(sizeof(camera_stream) == 32 && offsetof(camera_stream, physical_camera_id) == 28, "camera_stream layout");
 static_assert(sizeof(camera_stream_combination) == 12 && sizeof(cameraid_stream_combination) == 8,
               "stream combination layouts");
 static_assert(sizeof(concurrent_camera_combination) == 12 && offsetof(concurrent_camera_combination, camera_ids) == 4,

@@ -25,7 +25,7 @@
 #define ERROR 1
 #define NOT_FOUND (-ENOENT)
 
-#define ALIGN_TO(val, alignment) (((uintptr_t)(val) + ((alignment) - 1)) & ~((uintptr_t)(alignment) - 1))
+#define ALIGN_TO(val, alignment) (((uintptr_t)(val) + ((alignment)-1)) & ~((uintptr_t)(alignment)-1))
 
 typedef uint32_t metadata_uptrdiff_t;
 typedef uint32_t metadata_size_t;
@@ -70,13 +70,14 @@ _Static_assert(sizeof(struct camera_metadata) == 48, "header layout");
 _Static_assert(sizeof(camera_metadata_buffer_entry_t) == 16, "entry layout");
 
 const char* camera_metadata_type_names[NUM_TYPES] = {
-    [TYPE_BYTE] = "byte",     [TYPE_INT32] = "int32",   [TYPE_FLOAT] = "float",
-    [TYPE_INT64] = "int64",   [TYPE_DOUBLE] = "double", [TYPE_RATIONAL] = "rational",
+    [TYPE_BYTE] = "byte",   [TYPE_INT32] = "int32",   [TYPE_FLOAT] = "float",
+    [TYPE_INT64] = "int64", [TYPE_DOUBLE] = "double", [TYPE_RATIONAL] = "rational",
 };
 
 const size_t camera_metadata_type_size[NUM_TYPES] = {
-    [TYPE_BYTE] = sizeof(uint8_t),   [TYPE_INT32] = sizeof(int32_t), [TYPE_FLOAT] = sizeof(float),
-    [TYPE_INT64] = sizeof(int64_t),  [TYPE_DOUBLE] = sizeof(double), [TYPE_RATIONAL] = sizeof(camera_metadata_rational_t),
+    [TYPE_BYTE] = sizeof(uint8_t),  [TYPE_INT32] = sizeof(int32_t),
+    [TYPE_FLOAT] = sizeof(float),   [TYPE_INT64] = sizeof(int64_t),
+    [TYPE_DOUBLE] = sizeof(double), [TYPE_RATIONAL] = sizeof(camera_metadata_rational_t),
 };
 
 static const vendor_tag_ops_t* vendor_tag_ops = NULL;
@@ -100,9 +101,7 @@ static camera_metadata_buffer_entry_t* get_entries(const camera_metadata_t* meta
     return (camera_metadata_buffer_entry_t*)((uint8_t*)metadata + metadata->entries_start);
 }
 
-static uint8_t* get_data(const camera_metadata_t* metadata) {
-    return (uint8_t*)metadata + metadata->data_start;
-}
+static uint8_t* get_data(const camera_metadata_t* metadata) { return (uint8_t*)metadata + metadata->data_start; }
 
 // The header of a buffer that may sit at any address (a shifted one).
 static camera_metadata_t read_header(const camera_metadata_t* metadata) {
@@ -111,9 +110,7 @@ static camera_metadata_t read_header(const camera_metadata_t* metadata) {
     return header;
 }
 
-size_t get_camera_metadata_alignment(void) {
-    return METADATA_PACKET_ALIGNMENT;
-}
+size_t get_camera_metadata_alignment(void) { return METADATA_PACKET_ALIGNMENT; }
 
 size_t calculate_camera_metadata_size(size_t entry_count, size_t data_count) {
     size_t memory_needed = ALIGN_TO(sizeof(camera_metadata_t), ENTRY_ALIGNMENT);
@@ -171,14 +168,10 @@ camera_metadata_t* allocate_copy_camera_metadata_checked(const camera_metadata_t
     return buffer;
 }
 
-void free_camera_metadata(camera_metadata_t* metadata) {
-    free(metadata);
-}
+void free_camera_metadata(camera_metadata_t* metadata) { free(metadata); }
 
 // The platform answers ERROR (1) for a missing buffer here, not 0.
-size_t get_camera_metadata_size(const camera_metadata_t* metadata) {
-    return metadata == NULL ? ERROR : metadata->size;
-}
+size_t get_camera_metadata_size(const camera_metadata_t* metadata) { return metadata == NULL ? ERROR : metadata->size; }
 
 size_t get_camera_metadata_compact_size(const camera_metadata_t* metadata) {
     return metadata == NULL ? ERROR : calculate_camera_metadata_size(metadata->entry_count, metadata->data_count);
@@ -346,7 +339,8 @@ int append_camera_metadata(camera_metadata_t* dst, const camera_metadata_t* src)
         has_data = has_data || data_bytes != 0;
     }
     if (has_data && dst->data_count % DATA_ALIGNMENT != 0) {
-        strict(__func__, "destination data count %" PRIu32 " is not a multiple of 8 (the appended values would be misaligned)",
+        strict(__func__,
+               "destination data count %" PRIu32 " is not a multiple of 8 (the appended values would be misaligned)",
                dst->data_count);
     }
     memcpy(get_data(dst) + dst->data_count, (const uint8_t*)src + source.data_start, source.data_count);
@@ -579,9 +573,7 @@ static bool use_cache_ops(uint32_t tag, metadata_vendor_id_t id) {
     return (tag >> 16) >= VENDOR_SECTION && vendor_cache_ops != NULL && id != CAMERA_METADATA_INVALID_VENDOR_ID;
 }
 
-static bool use_vendor_ops(uint32_t tag) {
-    return (tag >> 16) >= VENDOR_SECTION && vendor_tag_ops != NULL;
-}
+static bool use_vendor_ops(uint32_t tag) { return (tag >> 16) >= VENDOR_SECTION && vendor_tag_ops != NULL; }
 
 const char* get_local_camera_metadata_section_name_vendor_id(uint32_t tag, metadata_vendor_id_t id) {
     if (use_cache_ops(tag, id)) return vendor_cache_ops->get_section_name(tag, id);
@@ -620,17 +612,11 @@ int get_local_camera_metadata_tag_type(uint32_t tag, const camera_metadata_t* me
     return get_local_camera_metadata_tag_type_vendor_id(tag, vendor_id_of(meta));
 }
 
-const char* get_camera_metadata_section_name(uint32_t tag) {
-    return get_local_camera_metadata_section_name(tag, NULL);
-}
+const char* get_camera_metadata_section_name(uint32_t tag) { return get_local_camera_metadata_section_name(tag, NULL); }
 
-const char* get_camera_metadata_tag_name(uint32_t tag) {
-    return get_local_camera_metadata_tag_name(tag, NULL);
-}
+const char* get_camera_metadata_tag_name(uint32_t tag) { return get_local_camera_metadata_tag_name(tag, NULL); }
 
-int get_camera_metadata_tag_type(uint32_t tag) {
-    return get_local_camera_metadata_tag_type(tag, NULL);
-}
+int get_camera_metadata_tag_type(uint32_t tag) { return get_local_camera_metadata_tag_type(tag, NULL); }
 
 const int32_t* get_camera_metadata_permission_needed(uint32_t* tag_count) {
     if (tag_count == NULL) return NULL;
@@ -715,10 +701,8 @@ static bool is_stream_configuration(uint32_t tag) {
         case ANDROID_HEIC_AVAILABLE_HEIC_STREAM_CONFIGURATIONS_MAXIMUM_RESOLUTION:
         case ANDROID_JPEGR_AVAILABLE_JPEG_R_STREAM_CONFIGURATIONS:
         case ANDROID_JPEGR_AVAILABLE_JPEG_R_STREAM_CONFIGURATIONS_MAXIMUM_RESOLUTION:
-        case ANDROID_SCALER_PHYSICAL_CAMERA_MULTI_RESOLUTION_STREAM_CONFIGURATIONS:
-            return true;
-        default:
-            return false;
+        case ANDROID_SCALER_PHYSICAL_CAMERA_MULTI_RESOLUTION_STREAM_CONFIGURATIONS: return true;
+        default: return false;
     }
 }
 

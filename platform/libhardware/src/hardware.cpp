@@ -20,7 +20,7 @@
 namespace {
 
 std::mutex g_lock;
-std::string g_search_path;                         // empty: the default
+std::string g_search_path;                        // empty: the default
 std::map<std::string, std::string> g_properties;  // unset keys read as empty
 
 [[noreturn]] void Abort(const char* call, const char* rule) {
@@ -137,9 +137,7 @@ void zelkov_hardware_set_property(const char* key, const char* value) {
     }
 }
 
-const char* zelkov_hardware_default_search_path(void) {
-    return ZELKOV_HW_DEFAULT_MODULE_PATH;
-}
+const char* zelkov_hardware_default_search_path(void) { return ZELKOV_HW_DEFAULT_MODULE_PATH; }
 
 int hw_get_module_by_class(const char* class_id, const char* inst, const hw_module_t** module) {
     return GetModule("hw_get_module_by_class", class_id, inst, module);

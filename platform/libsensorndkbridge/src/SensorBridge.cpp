@@ -72,9 +72,9 @@ struct Platform {
     // Sensors are never freed: a caller may still hold an old list.
     std::vector<std::unique_ptr<ASensor>> allSensors;
     std::vector<std::vector<ASensorRef>> lists;  // every list handed out; the last is current
-    std::set<ALooper*> loopers;                   // live
-    std::set<ASensorEventQueue*> queues;          // live
-    ALooper* processLooper = nullptr;             // ALooper_forThread's, never released
+    std::set<ALooper*> loopers;                  // live
+    std::set<ASensorEventQueue*> queues;         // live
+    ALooper* processLooper = nullptr;            // ALooper_forThread's, never released
     std::size_t capacity = kDefaultCapacity;
     int pendingError = 0;
     uint64_t registrations = 0;
@@ -106,18 +106,17 @@ const std::vector<ASensorRef>& CurrentList(Platform& p) {
 // default is a non-wake-up one (the platform's SensorManager::getDefaultSensor).
 bool DefaultIsWakeUp(int type) {
     switch (type) {
-    case ASENSOR_TYPE_PROXIMITY:
-    case ASENSOR_TYPE_SIGNIFICANT_MOTION:
-    case 22:  // tilt detector
-    case 23:  // wake gesture
-    case 24:  // glance gesture
-    case 25:  // pick-up gesture
-    case 26:  // wrist tilt gesture
-    case ASENSOR_TYPE_LOW_LATENCY_OFFBODY_DETECT:
-    case 36:  // hinge angle
-        return true;
-    default:
-        return false;
+        case ASENSOR_TYPE_PROXIMITY:
+        case ASENSOR_TYPE_SIGNIFICANT_MOTION:
+        case 22:  // tilt detector
+        case 23:  // wake gesture
+        case 24:  // glance gesture
+        case 25:  // pick-up gesture
+        case 26:  // wrist tilt gesture
+        case ASENSOR_TYPE_LOW_LATENCY_OFFBODY_DETECT:
+        case 36:  // hinge angle
+            return true;
+        default: return false;
     }
 }
 
@@ -247,19 +246,14 @@ ASensorManager* ASensorManager_getInstanceForPackage(const char* /*packageName*/
     Platform& p = P();
     std::lock_guard<std::mutex> guard(p.lock);
     switch (p.mode) {
-    case zelkov_platform::SensorManagerMode::kAvailable:
-        return &p.manager;
-    case zelkov_platform::SensorManagerMode::kMissing:
-        return nullptr;
-    case zelkov_platform::SensorManagerMode::kThrows:
-        throw std::runtime_error(p.throwMessage);
+        case zelkov_platform::SensorManagerMode::kAvailable: return &p.manager;
+        case zelkov_platform::SensorManagerMode::kMissing: return nullptr;
+        case zelkov_platform::SensorManagerMode::kThrows: throw std::runtime_error(p.throwMessage);
     }
     return nullptr;
 }
 
-ASensorManager* ASensorManager_getInstance() {
-    return ASensorManager_getInstanceForPackage(nullptr);
-}
+ASensorManager* ASensorManager_getInstance() { return ASensorManager_getInstanceForPackage(nullptr); }
 
 int ASensorManager_getSensorList(ASensorManager* manager, ASensorList* list) {
     if (manager == nullptr) return -EINVAL;
@@ -373,17 +367,13 @@ ssize_t ASensorEventQueue_getEvents(ASensorEventQueue* queue, ASensorEvent* even
 }
 
 // The sensor's description; a null sensor answers the platform's invalid values.
-const char* ASensor_getName(ASensor const* sensor) {
-    return sensor != nullptr ? sensor->info.name.c_str() : nullptr;
-}
+const char* ASensor_getName(ASensor const* sensor) { return sensor != nullptr ? sensor->info.name.c_str() : nullptr; }
 
 const char* ASensor_getVendor(ASensor const* sensor) {
     return sensor != nullptr ? sensor->info.vendor.c_str() : nullptr;
 }
 
-int ASensor_getType(ASensor const* sensor) {
-    return sensor != nullptr ? sensor->info.type : ASENSOR_TYPE_INVALID;
-}
+int ASensor_getType(ASensor const* sensor) { return sensor != nullptr ? sensor->info.type : ASENSOR_TYPE_INVALID; }
 
 float ASensor_getResolution(ASensor const* sensor) {
     return sensor != nullptr ? sensor->info.resolution : ASENSOR_RESOLUTION_INVALID;
@@ -406,33 +396,23 @@ const char* ASensor_getStringType(ASensor const* sensor) {
 }
 
 // Not in the NDK header; the platform's bridge exports it all the same.
-float ASensor_getMaxRange(ASensor const* sensor) {
-    return sensor != nullptr ? sensor->info.maxRange : nanf("");
-}
+float ASensor_getMaxRange(ASensor const* sensor) { return sensor != nullptr ? sensor->info.maxRange : nanf(""); }
 
-int ASensor_getHandle(ASensor const* sensor) {
-    return sensor != nullptr ? sensor->info.handle : ASENSOR_INVALID;
-}
+int ASensor_getHandle(ASensor const* sensor) { return sensor != nullptr ? sensor->info.handle : ASENSOR_INVALID; }
 
 int ASensor_getReportingMode(ASensor const* sensor) {
     if (sensor == nullptr) return AREPORTING_MODE_INVALID;
     const int mode = sensor->info.reportingMode;
     return mode >= AREPORTING_MODE_CONTINUOUS && mode <= AREPORTING_MODE_SPECIAL_TRIGGER ? mode
-                                                                                        : AREPORTING_MODE_INVALID;
+                                                                                         : AREPORTING_MODE_INVALID;
 }
 
-bool ASensor_isWakeUpSensor(ASensor const* sensor) {
-    return sensor != nullptr && sensor->info.wakeUp;
-}
+bool ASensor_isWakeUpSensor(ASensor const* sensor) { return sensor != nullptr && sensor->info.wakeUp; }
 
 // The simulated sensors offer no direct channel.
-bool ASensor_isDirectChannelTypeSupported(ASensor const* /*sensor*/, int /*channelType*/) {
-    return false;
-}
+bool ASensor_isDirectChannelTypeSupported(ASensor const* /*sensor*/, int /*channelType*/) { return false; }
 
-int ASensor_getHighestDirectReportRateLevel(ASensor const* /*sensor*/) {
-    return ASENSOR_DIRECT_RATE_STOP;
-}
+int ASensor_getHighestDirectReportRateLevel(ASensor const* /*sensor*/) { return ASENSOR_DIRECT_RATE_STOP; }
 
 // The platform's bridge has one looper for the process, whatever the thread.
 ALooper* ALooper_forThread() {
@@ -441,9 +421,7 @@ ALooper* ALooper_forThread() {
     return ProcessLooper(p);
 }
 
-ALooper* ALooper_prepare(int /*opts*/) {
-    return ALooper_forThread();
-}
+ALooper* ALooper_prepare(int /*opts*/) { return ALooper_forThread(); }
 
 int ALooper_pollOnce(int timeoutMillis, int* outFd, int* outEvents, void** outData) {
     ClearPollOutputs(outFd, outEvents, outData);
@@ -485,7 +463,8 @@ void ALooper_release_forCamera(ALooper* looper) {
     std::lock_guard<std::mutex> guard(p.lock);
     CheckLooperLocked(p, looper, "ALooper_release_forCamera");
     if (looper == p.processLooper) Misuse("ALooper_release_forCamera", "the process looper is not released");
-    if (looper->polls != 0) Misuse("ALooper_release_forCamera", "looper still polled (the poll would use freed memory)");
+    if (looper->polls != 0)
+        Misuse("ALooper_release_forCamera", "looper still polled (the poll would use freed memory)");
     p.loopers.erase(looper);
     for (ASensorEventQueue* queue : looper->queues) queue->looper = nullptr;
     delete looper;

@@ -129,8 +129,8 @@ private:
                 Stream& stream = entry.second;
                 if (stream.next > now) continue;
                 float phase = static_cast<float>(stream.count++) * 0.01f;
-                due.push_back(MakeSensorEvent(stream.type, {std::sin(phase), std::cos(phase), 0.5f * std::sin(2 * phase),
-                                                            0.0f, 1.0f, 0.0f, 0.0f}));
+                due.push_back(MakeSensorEvent(stream.type, {std::sin(phase), std::cos(phase),
+                                                            0.5f * std::sin(2 * phase), 0.0f, 1.0f, 0.0f, 0.0f}));
                 stream.next += stream.period;
             }
             m_injecting = true;
@@ -162,21 +162,13 @@ int StartSensorStream(int type, double rateHz) {
     return g_streams.Start(type, period);
 }
 
-void StopSensorStream(int id) {
-    g_streams.Stop(&id);
-}
+void StopSensorStream(int id) { g_streams.Stop(&id); }
 
-void StopAllSensorStreams() {
-    g_streams.Stop(nullptr);
-}
+void StopAllSensorStreams() { g_streams.Stop(nullptr); }
 
-const char* DefaultMotionTracePath() {
-    return ZELKOV_MOTION_TRACE_PATH;
-}
+const char* DefaultMotionTracePath() { return ZELKOV_MOTION_TRACE_PATH; }
 
-int CountTraceSamples(const char* path) {
-    return static_cast<int>(ReadTrace(path).size());
-}
+int CountTraceSamples(const char* path) { return static_cast<int>(ReadTrace(path).size()); }
 
 bool StartTraceReplay(const char* path, bool loop) {
     StopTraceReplay();

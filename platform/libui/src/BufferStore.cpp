@@ -13,8 +13,8 @@ namespace ui {
 using android::BAD_VALUE;
 using android::NO_ERROR;
 using android::NO_MEMORY;
-using android::UNKNOWN_ERROR;
 using android::status_t;
+using android::UNKNOWN_ERROR;
 using android::UNKNOWN_TRANSACTION;
 
 namespace {
@@ -29,7 +29,7 @@ constexpr uint64_t kMaxBufferBytes = 256ull << 20;
 constexpr uint64_t kRemovedUsageBits = (1u << 10) | (1u << 13);
 constexpr uint64_t kValidUsageBits =
     0xFFull                                                              // CPU read and write
-    | (3u << 8) | (3u << 11) | (3u << 14) | (7u << 16) | (1u << 20)  // GPU, composer, protected, video, camera
+    | (3u << 8) | (3u << 11) | (3u << 14) | (7u << 16) | (1u << 20)      // GPU, composer, protected, video, camera
     | (0x3Fu << 22) | (0xFull << 28) | (1ull << 32) | (0xFFFFull << 48)  // decoder .. image encoder, vendor, front
     | kRemovedUsageBits;
 // AIMapper_Error values a refused lock returns through libui unchanged.
@@ -110,7 +110,7 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     }
     const uint64_t stride = (uint64_t{width} + layout->strideAlign - 1) / layout->strideAlign * layout->strideAlign;
     const uint64_t byteSize = LayerBytes(*layout, stride, height) * layerCount;  // cannot overflow 64 bits here
-    if (byteSize > kMaxBufferBytes) return refuse(NO_MEMORY);  // NO_RESOURCES
+    if (byteSize > kMaxBufferBytes) return refuse(NO_MEMORY);                    // NO_RESOURCES
 
     const int fd = memfd_create("zelkov-gralloc", MFD_CLOEXEC);
     if (fd < 0) return refuse(NO_MEMORY);
@@ -136,8 +136,15 @@ status_t BufferStore::Allocate(uint32_t width, uint32_t height, android::PixelFo
     ints[kHandleIntLayerCount] = static_cast<int>(layerCount);
     ints[kHandleIntByteSize] = static_cast<int>(byteSize);
 
-    m_buffers[handle] = Buffer{handle, layout, width, height, static_cast<uint32_t>(stride),
-                               byteSize, usage, 0, static_cast<uint8_t*>(mapping)};
+    m_buffers[handle] = Buffer{handle,
+                               layout,
+                               width,
+                               height,
+                               static_cast<uint32_t>(stride),
+                               byteSize,
+                               usage,
+                               0,
+                               static_cast<uint8_t*>(mapping)};
     m_freed.erase(handle);
     *outHandle = handle;
     *outStride = static_cast<uint32_t>(stride);

@@ -57,12 +57,9 @@ uint64_t LayerBytes(const FormatLayout& layout, uint64_t stride, uint64_t height
     const uint64_t lumaBytes = stride * layout.bytesPerSample * height;
     switch (layout.kind) {
         case PlaneKind::kSemiPlanarCbCr:
-        case PlaneKind::kSemiPlanarCrCb:
-            return lumaBytes + stride * layout.bytesPerSample * ChromaRows(layout, height);
-        case PlaneKind::kPlanarCrCb:
-            return lumaBytes + 2 * PlanarChromaStride(stride) * ChromaRows(layout, height);
-        default:
-            return lumaBytes;
+        case PlaneKind::kSemiPlanarCrCb: return lumaBytes + stride * layout.bytesPerSample * ChromaRows(layout, height);
+        case PlaneKind::kPlanarCrCb: return lumaBytes + 2 * PlanarChromaStride(stride) * ChromaRows(layout, height);
+        default: return lumaBytes;
     }
 }
 
@@ -75,8 +72,7 @@ void FillPlanes(const FormatLayout& layout, uint8_t* base, uint32_t stride, uint
     ycbcr->ystride = ystride;
     switch (layout.kind) {
         case PlaneKind::kFlat:
-        case PlaneKind::kLumaOnly:
-            break;
+        case PlaneKind::kLumaOnly: break;
         case PlaneKind::kSemiPlanarCbCr:
             ycbcr->cb = chroma;
             ycbcr->cr = chroma + layout.bytesPerSample;

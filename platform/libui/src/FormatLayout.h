@@ -11,12 +11,12 @@ namespace ui {
 
 // How the stand-in lays a pixel format out in memory.
 enum class PlaneKind {
-    kFlat,             // one plane of whole pixels (RGB, RAW16, BLOB, ...)
-    kLumaOnly,         // one luma plane, no chroma (Y8, Y16)
-    kSemiPlanarCbCr,   // luma plane, then Cb Cr pairs (NV12, NV16, P010)
-    kSemiPlanarCrCb,   // luma plane, then Cr Cb pairs (NV21)
-    kPlanarCrCb,       // luma plane, then a Cr plane, then a Cb plane (YV12)
-    kPackedYuyv,       // Y Cb Y Cr in every 4 bytes (YCbCr 422 I)
+    kFlat,            // one plane of whole pixels (RGB, RAW16, BLOB, ...)
+    kLumaOnly,        // one luma plane, no chroma (Y8, Y16)
+    kSemiPlanarCbCr,  // luma plane, then Cb Cr pairs (NV12, NV16, P010)
+    kSemiPlanarCrCb,  // luma plane, then Cr Cb pairs (NV21)
+    kPlanarCrCb,      // luma plane, then a Cr plane, then a Cb plane (YV12)
+    kPackedYuyv,      // Y Cb Y Cr in every 4 bytes (YCbCr 422 I)
 };
 
 struct FormatLayout {

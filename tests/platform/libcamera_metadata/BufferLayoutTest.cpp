@@ -13,7 +13,9 @@ using namespace zelkov_test;
 namespace {
 
 TEST(BufferLayoutTest, HeaderOfANewBuffer) {
-    struct Case { uint32_t entries, data, size, data_start; };
+    struct Case {
+        uint32_t entries, data, size, data_start;
+    };
     // Entries start after the 48-byte header; the data area starts at the next
     // multiple of 8; the whole size is rounded up to 8.
     const Case cases[] = {
@@ -36,12 +38,14 @@ TEST(BufferLayoutTest, HeaderOfANewBuffer) {
 }
 
 TEST(BufferLayoutTest, EntryDataSizeIsZeroUpToFourBytesThenPaddedToEight) {
-    struct Case { uint8_t type; size_t count, bytes; };
+    struct Case {
+        uint8_t type;
+        size_t count, bytes;
+    };
     const Case cases[] = {
-        {TYPE_BYTE, 0, 0},     {TYPE_BYTE, 4, 0},   {TYPE_BYTE, 5, 8},      {TYPE_BYTE, 17, 24},
-        {TYPE_INT32, 1, 0},    {TYPE_INT32, 2, 8},  {TYPE_INT32, 3, 16},    {TYPE_FLOAT, 1, 0},
-        {TYPE_INT64, 1, 8},    {TYPE_DOUBLE, 3, 24}, {TYPE_RATIONAL, 1, 8}, {TYPE_RATIONAL, 9, 72},
-        {NUM_TYPES, 4, 0},     {0xff, 100, 0},
+        {TYPE_BYTE, 0, 0},     {TYPE_BYTE, 4, 0},      {TYPE_BYTE, 5, 8},  {TYPE_BYTE, 17, 24}, {TYPE_INT32, 1, 0},
+        {TYPE_INT32, 2, 8},    {TYPE_INT32, 3, 16},    {TYPE_FLOAT, 1, 0}, {TYPE_INT64, 1, 8},  {TYPE_DOUBLE, 3, 24},
+        {TYPE_RATIONAL, 1, 8}, {TYPE_RATIONAL, 9, 72}, {NUM_TYPES, 4, 0},  {0xff, 100, 0},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(calculate_camera_metadata_entry_data_size(c.type, c.count), c.bytes)

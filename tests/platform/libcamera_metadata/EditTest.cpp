@@ -127,7 +127,10 @@ TEST(EditTest, AppendOfAnEmptyBufferComparesAndCopiesItsVendorId) {
         uint32_t dst_sorted_after;
     };
     const Case cases[] = {
-        {kNone, 7, true, kOk, 7, 1}, {5, 7, true, kError, 5, 0}, {5, kNone, false, kOk, 5, 0}, {kNone, 7, false, kOk, 7, 0},
+        {kNone, 7, true, kOk, 7, 1},
+        {5, 7, true, kError, 5, 0},
+        {5, kNone, false, kOk, 5, 0},
+        {kNone, 7, false, kOk, 7, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.dst_id << " <- " << c.src_id << (c.dst_empty ? ", empty" : ""));
@@ -151,7 +154,8 @@ TEST(EditTest, CapacityUnknownTagsAndNullArgumentsGiveErrors) {
     const int32_t value[] = {1, 2, 3};
     const uint32_t compensation = ANDROID_CONTROL_AE_EXPOSURE_COMPENSATION;
     EXPECT_EQ(add_camera_metadata_entry(metadata.get(), ANDROID_CONTROL_AE_REGIONS, value, 3), kError);  // 16 > 8
-    for (uint32_t unknown : {uint32_t(ANDROID_SECTION_COUNT) << 16, uint32_t(ANDROID_CONTROL_END), uint32_t(VENDOR_SECTION_START)}) {
+    for (uint32_t unknown :
+         {uint32_t(ANDROID_SECTION_COUNT) << 16, uint32_t(ANDROID_CONTROL_END), uint32_t(VENDOR_SECTION_START)}) {
         EXPECT_EQ(add_camera_metadata_entry(metadata.get(), unknown, value, 1), kError) << unknown;
     }
     EXPECT_EQ(add_camera_metadata_entry(metadata.get(), compensation, nullptr, 1), kError);
@@ -180,13 +184,15 @@ TEST(EditDeathTest, MisuseTheDeviceCrashesOnAborts) {
     EXPECT_DEATH(update_camera_metadata_entry(metadata.get(), 1, nullptr, 2, nullptr),
                  "update_camera_metadata_entry: null data for 2 values");
     char name[4];
-    EXPECT_DEATH(camera_metadata_enum_snprint(ANDROID_CONTROL_MODE, 0, name, 0), "camera_metadata_enum_snprint: no room");
+    EXPECT_DEATH(camera_metadata_enum_snprint(ANDROID_CONTROL_MODE, 0, name, 0),
+                 "camera_metadata_enum_snprint: no room");
 
     // A data count short of the values (validation allows it, up to the
     // capacity): append would lose them, delete would move a negative length.
     SetHeaderWord(metadata.get(), kDataCount, 16);
     MetadataPtr room(allocate_camera_metadata(8, 64));
-    EXPECT_DEATH(append_camera_metadata(room.get(), metadata.get()), "append_camera_metadata: entry 0xd000b has data past");
+    EXPECT_DEATH(append_camera_metadata(room.get(), metadata.get()),
+                 "append_camera_metadata: entry 0xd000b has data past");
     EXPECT_DEATH(delete_camera_metadata_entry(metadata.get(), 3), "delete_camera_metadata_entry: entry 0xd000b");
     // After a ragged data count, appended values would be misaligned.
     MetadataPtr ragged = FourEntries(96);

@@ -18,7 +18,16 @@ using MetadataPtr = std::unique_ptr<camera_metadata_t, MetadataDeleter>;
 // version, flags, entry count, entry capacity, entries start, data count,
 // data capacity, data start, padding), then the 64-bit vendor id.
 enum HeaderWord {
-    kSize, kVersion, kFlags, kEntryCount, kEntryCapacity, kEntriesStart, kDataCount, kDataCapacity, kDataStart, kPadding,
+    kSize,
+    kVersion,
+    kFlags,
+    kEntryCount,
+    kEntryCapacity,
+    kEntriesStart,
+    kDataCount,
+    kDataCapacity,
+    kDataStart,
+    kPadding,
 };
 constexpr size_t kHeaderBytes = 48;
 constexpr size_t kEntryBytes = 16;
@@ -45,10 +54,10 @@ static_assert(sizeof(RawEntry) == kEntryBytes, "packed entry");
 
 inline RawEntry RawEntryOf(const camera_metadata_t* metadata, size_t index) {
     RawEntry entry;
-    std::memcpy(&entry,
-                reinterpret_cast<const uint8_t*>(metadata) + HeaderWordOf(metadata, kEntriesStart) +
-                    index * kEntryBytes,
-                sizeof(entry));
+    std::memcpy(
+        &entry,
+        reinterpret_cast<const uint8_t*>(metadata) + HeaderWordOf(metadata, kEntriesStart) + index * kEntryBytes,
+        sizeof(entry));
     return entry;
 }
 

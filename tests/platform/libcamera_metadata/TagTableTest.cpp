@@ -16,7 +16,12 @@ using namespace zelkov_test;
 namespace {
 
 TEST(TagTableTest, StandardTagsHaveThePlatformNamesAndTypes) {
-    struct Case { uint32_t tag; const char* section; const char* name; int type; };
+    struct Case {
+        uint32_t tag;
+        const char* section;
+        const char* name;
+        int type;
+    };
     const Case cases[] = {
         {0x00001, "android.colorCorrection", "transform", TYPE_RATIONAL},
         {0x10003, "android.control", "aeMode", TYPE_BYTE},
@@ -69,7 +74,11 @@ TEST(TagTableTest, EverySectionStartsAtItsIndexAndNamesEachTagUpToItsEnd) {
 // Value names as the platform prints them, and back (by the first `size`
 // characters of the name, so a prefix finds the first value it starts).
 TEST(TagTableTest, EnumValuesHaveThePlatformNames) {
-    struct Case { uint32_t tag, value; const char* name; int result; };
+    struct Case {
+        uint32_t tag, value;
+        const char* name;
+        int result;
+    };
     const Case cases[] = {
         {ANDROID_CONTROL_AE_MODE, ANDROID_CONTROL_AE_MODE_ON_AUTO_FLASH, "ON_AUTO_FLASH", 0},
         {ANDROID_CONTROL_SCENE_MODE, 100, "DEVICE_CUSTOM_START", 0},

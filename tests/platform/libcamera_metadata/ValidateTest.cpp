@@ -61,7 +61,11 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
     vendor_tag_ops_t ops{};
     ops.get_tag_type = Int32Type;
     set_camera_metadata_vendor_ops(&ops);
-    struct Case { const char* what; Change change; int result; };
+    struct Case {
+        const char* what;
+        Change change;
+        int result;
+    };
     const Case cases[] = {
         {"sound buffer", [](camera_metadata_t*, size_t&) {}, kOk},
         {"size beyond the expected size", Add(kSize, 8), kError},
@@ -75,10 +79,12 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
         {"data start one entry early", Add(kDataStart, static_cast<uint32_t>(-kEntryBytes)), kError},
         {"entries start wrapping", Set(kEntriesStart, 0xffffffc0u), kError},
         {"entry capacity times 16 wrapping", Set(kEntryCapacity, 0x10000000u), kError},
-        {"gap between entries and data", [](camera_metadata_t* m, size_t&) {
+        {"gap between entries and data",
+         [](camera_metadata_t* m, size_t&) {
              SetHeaderWord(m, kDataStart, 120);
              SetHeaderWord(m, kDataCapacity, 56);
-         }, kOk},
+         },
+         kOk},
         {"data area ending before the size", Add(kDataCapacity, static_cast<uint32_t>(-8)), kOk},
         {"entry capacity wrapping", Set(kEntryCapacity, 0x10000001u), kError},
         {"data past the end", Add(kDataCapacity, 8), kError},
@@ -94,7 +100,13 @@ TEST(ValidateTest, AnswersThePlatformsResultAlignedAndShifted) {
         {"values ending past the capacity", Edit(1, [](RawEntry& e) { SetOffset(e, 48); }), kError},
         {"offset wrapping", Edit(3, [](RawEntry& e) { SetOffset(e, 0xfffffff8u); }), kError},
         {"count overflowing 32 bits", Edit(3, [](RawEntry& e) { e.count = 0x20000001u; }), kError},
-        {"empty entry with an offset", Edit(2, [](RawEntry& e) { e.count = 0; e.data[0] = 8; }), kError},
+        {"empty entry with an offset",
+         Edit(2,
+              [](RawEntry& e) {
+                  e.count = 0;
+                  e.data[0] = 8;
+              }),
+         kError},
     };
     const std::vector<uint64_t> pristine = ValidBuffer();
     const size_t bytes = pristine.size() * 8;

@@ -43,8 +43,7 @@ static inline int gralloc_style_close(struct alloc_style_device_t* device) {
     return device->common.close(&device->common);
 }
 
-static inline int framebuffer_style_open(const struct hw_module_t* module,
-                                         struct framebuffer_style_device_t** device) {
+static inline int framebuffer_style_open(const struct hw_module_t* module, struct framebuffer_style_device_t** device) {
     return module->methods->open(module, GRALLOC_STYLE_FB0, TO_HW_DEVICE_T_OPEN(device));
 }
 

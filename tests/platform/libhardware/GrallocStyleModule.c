@@ -12,8 +12,8 @@ static int close_device(struct hw_device_t* device) {
     return 0;
 }
 
-static int alloc_nothing(struct alloc_style_device_t* dev, int w, int h, int format, int usage,
-                         buffer_handle_t* handle, int* stride) {
+static int alloc_nothing(struct alloc_style_device_t* dev, int w, int h, int format, int usage, buffer_handle_t* handle,
+                         int* stride) {
     (void)dev, (void)h, (void)format, (void)usage;
     *handle = NULL;
     *stride = w;
@@ -33,8 +33,8 @@ static int open_device(const struct hw_module_t* module, const char* id, struct 
         common = &dev->common;
     } else if (strcmp(id, GRALLOC_STYLE_FB0) == 0) {
         // The framebuffer's fields are const to its users, written once here.
-        const framebuffer_style_device_t initial = {.width = 1920, .format = HAL_PIXEL_FORMAT_RGBA_8888,
-                                                    .post = post_nothing};
+        const framebuffer_style_device_t initial = {
+            .width = 1920, .format = HAL_PIXEL_FORMAT_RGBA_8888, .post = post_nothing};
         framebuffer_style_device_t* dev = malloc(sizeof(*dev));
         memcpy(dev, &initial, sizeof(*dev));
         common = &dev->common;

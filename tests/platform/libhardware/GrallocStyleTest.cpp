@@ -42,7 +42,10 @@ TEST(GrallocStyleHeaderTest, ModuleIsFoundAndOpensItsDevicesFromCAndCxx) {
     EXPECT_EQ(gralloc->common.hal_api_version, 0x0100);     // through version_minor
 
     using OpenAlloc = std::function<int(const hw_module_t*, alloc_style_device_t**)>;
-    const struct { const char* language; OpenAlloc open; } openers[] = {
+    const struct {
+        const char* language;
+        OpenAlloc open;
+    } openers[] = {
         {"C++", gralloc_style_open},
         {"C", gralloc_style_open_from_c},
     };

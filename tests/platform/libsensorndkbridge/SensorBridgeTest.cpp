@@ -190,8 +190,10 @@ TEST_F(SensorBridgeTest, RegistrationClampsThePeriodAndCanBeRefused) {
         int type;
         int requestedUs;
         int registeredUs;
-    } periods[] = {{ASENSOR_TYPE_ACCELEROMETER, 0, 2500},       {ASENSOR_TYPE_ACCELEROMETER, 5000, 5000},
-                   {ASENSOR_TYPE_ACCELEROMETER, 1000000, 100000}, {ASENSOR_TYPE_LIGHT, 0, 0},
+    } periods[] = {{ASENSOR_TYPE_ACCELEROMETER, 0, 2500},
+                   {ASENSOR_TYPE_ACCELEROMETER, 5000, 5000},
+                   {ASENSOR_TYPE_ACCELEROMETER, 1000000, 100000},
+                   {ASENSOR_TYPE_LIGHT, 0, 0},
                    {ASENSOR_TYPE_LIGHT, 1000000, 1000000}};
     for (const auto& c : periods) {
         EXPECT_EQ(ASensorEventQueue_registerSensor(queue, Sensor(c.type), c.requestedUs, 0), 0);
@@ -292,7 +294,8 @@ TEST_F(SensorBridgeTest, StoppedStreamsInjectNothingMore) {
     StartSensorStream(ASENSOR_TYPE_GYROSCOPE, 2000);
     auto injected = [] { return GetSensorPlatformStats().injectedEvents; };
     const auto waitForMore = [&](uint64_t than) {
-        for (int i = 0; i < kBoundMs && injected() <= than; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        for (int i = 0; i < kBoundMs && injected() <= than; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return injected() > than;
     };
     EXPECT_TRUE(waitForMore(0));

@@ -52,7 +52,7 @@ TEST_F(GrallocStandInTest, AllocationCorrectionsAndRefusals) {
         uint32_t width, height, layers;
         int format;
         uint64_t usage;
-        int status, width_, height_, layers_;  // what the buffer gets
+        int status, m_width, m_height, m_layers;  // what the buffer gets
     };
     // libui's own refusal (the size) leaves handle and stride as they were;
     // the allocator's come back with a null handle and a zero stride.
@@ -81,9 +81,9 @@ TEST_F(GrallocStandInTest, AllocationCorrectionsAndRefusals) {
             continue;
         }
         m_handles.push_back(handle);
-        EXPECT_EQ(Int(handle, control::kHandleIntWidth), r.width_);
-        EXPECT_EQ(Int(handle, control::kHandleIntHeight), r.height_);
-        EXPECT_EQ(Int(handle, control::kHandleIntLayerCount), r.layers_);
+        EXPECT_EQ(Int(handle, control::kHandleIntWidth), r.m_width);
+        EXPECT_EQ(Int(handle, control::kHandleIntHeight), r.m_height);
+        EXPECT_EQ(Int(handle, control::kHandleIntLayerCount), r.m_layers);
         EXPECT_EQ(Int(handle, control::kHandleIntUsageLow), static_cast<int>(kCpu));
     }
 }
@@ -249,7 +249,10 @@ TEST(RectTest, UnsignedSizesClampToInt32Max) {
 }
 
 TEST(PixelFormatTest, BytesPerPixelOfEachFormat) {
-    const struct { android::PixelFormat format; uint32_t bytes; } formats[] = {
+    const struct {
+        android::PixelFormat format;
+        uint32_t bytes;
+    } formats[] = {
         {android::PIXEL_FORMAT_RGBA_FP16, 8}, {android::PIXEL_FORMAT_RGBA_1010102, 4},
         {android::PIXEL_FORMAT_RGB_888, 3},   {android::PIXEL_FORMAT_RGBA_4444, 2},
         {android::PIXEL_FORMAT_R_8, 1},       {HAL_PIXEL_FORMAT_YCBCR_420_888, 0},

@@ -18,10 +18,12 @@ TEST(LogDeathTest, MisuseTheDeviceCrashesOnAborts) {
 // The mask is read once per process, at its first use: each value is read in
 // a child forked by a death test from this process, which never reads it.
 TEST(LogDeathTest, MaskFromTheEnvironmentIsAnIntegerReadWithBaseZero) {
-    const struct { const char* text; int mask; } cases[] = {
-        {"25", 25},          {"0x19", 25},   {"031", 25},  // octal: C's reading of a leading 0
-        {"-1", -1},          {"", 1},        {"0x19 ", 1}, {"twelve", 1},
-        {"4294967298", 1},  // past int: unreadable on every ABI
+    const struct {
+        const char* text;
+        int mask;
+    } cases[] = {
+        {"25", 25}, {"0x19", 25}, {"031", 25},                                     // octal: C's reading of a leading 0
+        {"-1", -1}, {"", 1},      {"0x19 ", 1}, {"twelve", 1}, {"4294967298", 1},  // past int: unreadable on every ABI
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);

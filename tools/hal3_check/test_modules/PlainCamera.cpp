@@ -102,7 +102,7 @@ Metadata Defaults(int type) {
 
 Metadata Characteristics() {
     Metadata m(allocate_camera_metadata(64, 4096));
-    Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {uint8_t(0)});  // LIMITED
+    Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {uint8_t(0)});   // LIMITED
     Put<uint8_t>(m, ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {uint8_t(0)});  // BACKWARD_COMPATIBLE
     Put<int32_t>(m, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {1});
     Put<uint8_t>(m, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, {uint8_t(kMaxBuffers)});
@@ -127,9 +127,9 @@ Metadata Characteristics() {
     Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {kSizes[0][0], kSizes[0][1]});
     Put<int32_t>(m, ANDROID_SENSOR_ORIENTATION, {90});
     Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
-    Put<uint8_t>(m, ANDROID_LENS_FACING, {uint8_t(1)});                  // BACK
-    Put<float>(m, ANDROID_LENS_INFO_MINIMUM_FOCUS_DISTANCE, {0.0f});      // fixed focus
-    Put<uint8_t>(m, ANDROID_CONTROL_AF_AVAILABLE_MODES, {uint8_t(0)});   // OFF only
+    Put<uint8_t>(m, ANDROID_LENS_FACING, {uint8_t(1)});                 // BACK
+    Put<float>(m, ANDROID_LENS_INFO_MINIMUM_FOCUS_DISTANCE, {0.0f});    // fixed focus
+    Put<uint8_t>(m, ANDROID_CONTROL_AF_AVAILABLE_MODES, {uint8_t(0)});  // OFF only
     Put<uint8_t>(m, ANDROID_CONTROL_AE_AVAILABLE_MODES, {uint8_t(1)});
     Put<uint8_t>(m, ANDROID_CONTROL_AWB_AVAILABLE_MODES, {uint8_t(1)});
     Put<uint8_t>(m, ANDROID_CONTROL_AVAILABLE_MODES, {uint8_t(0), uint8_t(1)});
@@ -227,23 +227,24 @@ class Camera {
 public:
     Camera(const hw_module_t* module) {
         const char* rogue = getenv("PLAIN_CAMERA_ROGUE");
-        rogue_ = rogue ? rogue : "";
-        device_.common.tag = HARDWARE_DEVICE_TAG;
-        device_.common.version = rogue_ == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
-        device_.common.module = const_cast<hw_module_t*>(module);
-        device_.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
-        device_.ops = &kOps;
-        device_.priv = this;
+        m_rogue = rogue ? rogue : "";
+        m_device.common.tag = HARDWARE_DEVICE_TAG;
+        m_device.common.version =
+            m_rogue == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
+        m_device.common.module = const_cast<hw_module_t*>(module);
+        m_device.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
+        m_device.ops = &kOps;
+        m_device.priv = this;
     }
-    camera3_device_t* device() { return &device_; }
+    camera3_device_t* device() { return &m_device; }
 
 private:
     static Camera* Self(const camera3_device_t* d) { return static_cast<Camera*>(d->priv); }
 
     int Initialize(const camera3_callback_ops_t* callbacks) {
         if (callbacks == nullptr) return -EINVAL;
-        callbacks_ = callbacks;
-        worker_ = std::thread([this] { Work(); });
+        m_callbacks = callbacks;
+        m_worker = std::thread([this] { Work(); });
         return 0;
     }
 
@@ -255,72 +256,75 @@ private:
             if (s == nullptr || s->stream_type != CAMERA3_STREAM_OUTPUT || s->rotation != CAMERA3_STREAM_ROTATION_0)
                 return -EINVAL;
             bool known = false;
-            for (const auto& size : kSizes)
-                known |= int32_t(s->width) == size[0] && int32_t(s->height) == size[1];
-            if (s->format == kBlob) known &= int32_t(s->width) == kSizes[0][0] && ++blobs == 1;
-            else known &= s->format == kYuv || s->format == kPrivate;
+            for (const auto& size : kSizes) known |= int32_t(s->width) == size[0] && int32_t(s->height) == size[1];
+            if (s->format == kBlob)
+                known &= int32_t(s->width) == kSizes[0][0] && ++blobs == 1;
+            else
+                known &= s->format == kYuv || s->format == kPrivate;
             if (!known) return -EINVAL;
         }
-        std::lock_guard<std::mutex> lock(mutex_);
-        streams_.clear();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_streams.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             camera3_stream_t* s = config->streams[i];
             // Ours only: the framework adds the consumer's. A rogue keeps them as
             // well, so that its runs reach its fault on a checker still expecting them.
-            s->usage = rogue_.empty() ? kProducerUsage : s->usage | kProducerUsage;
+            s->usage = m_rogue.empty() ? kProducerUsage : s->usage | kProducerUsage;
             s->max_buffers = kMaxBuffers;
-            streams_.push_back(s);
+            m_streams.push_back(s);
         }
         return 0;
     }
 
     const camera_metadata_t* DefaultSettings(int type) {
         if (type < CAMERA3_TEMPLATE_PREVIEW || type > CAMERA3_TEMPLATE_MANUAL) return nullptr;
-        std::lock_guard<std::mutex> lock(mutex_);
-        Metadata& m = templates_[type];
+        std::lock_guard<std::mutex> lock(m_mutex);
+        Metadata& m = m_templates[type];
         if (!m) m = Defaults(type);
         return m.get();
     }
 
     int Submit(camera3_capture_request_t* r) {
         if (r == nullptr || r->num_output_buffers == 0 || r->output_buffers == nullptr) return -EINVAL;
-        if (rogue_ == "crash_request" && r->frame_number == kRogueFrame) {
+        if (m_rogue == "crash_request" && r->frame_number == kRogueFrame) {
             volatile uintptr_t bad = 8;
             *reinterpret_cast<volatile int*>(bad) = 1;
         }
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (r->settings == nullptr && !lastSettings_) return -EINVAL;
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (r->settings == nullptr && !m_lastSettings) return -EINVAL;
         for (uint32_t i = 0; i < r->num_output_buffers; ++i)
-            if (std::find(streams_.begin(), streams_.end(), r->output_buffers[i].stream) == streams_.end()) return -EINVAL;
-        if (r->settings != nullptr) lastSettings_.reset(clone_camera_metadata(r->settings));
-        Request q{r->frame_number, Metadata(clone_camera_metadata(lastSettings_.get())),
+            if (std::find(m_streams.begin(), m_streams.end(), r->output_buffers[i].stream) == m_streams.end())
+                return -EINVAL;
+        if (r->settings != nullptr) m_lastSettings.reset(clone_camera_metadata(r->settings));
+        Request q{r->frame_number,
+                  Metadata(clone_camera_metadata(m_lastSettings.get())),
                   {r->output_buffers, r->output_buffers + r->num_output_buffers}};
-        queue_.push_back(std::move(q));
-        cv_.notify_all();
+        m_queue.push_back(std::move(q));
+        m_cv.notify_all();
         return 0;
     }
 
     int Flush() {
-        if (rogue_ == "hang_flush")
+        if (m_rogue == "hang_flush")
             for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
-        std::unique_lock<std::mutex> lock(mutex_);
-        cv_.wait(lock, [&] { return queue_.empty() && !busy_; });  // at most kMaxBuffers frame times
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_cv.wait(lock, [&] { return m_queue.empty() && !m_busy; });  // at most kMaxBuffers frame times
         return 0;
     }
 
     int Close() {
         {
-            std::lock_guard<std::mutex> lock(mutex_);
-            stop_ = true;
-            cv_.notify_all();
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_stop = true;
+            m_cv.notify_all();
         }
-        if (worker_.joinable()) worker_.join();
-        if (rogue_ == "late_callback" && callbacks_ != nullptr) {
+        if (m_worker.joinable()) m_worker.join();
+        if (m_rogue == "late_callback" && m_callbacks != nullptr) {
             camera3_notify_msg_t shutter{};
             shutter.type = CAMERA3_MSG_SHUTTER;
-            shutter.message.shutter = {lastFrame_, uint64_t(NowNs())};
-            callbacks_->notify(callbacks_, &shutter);
-            std::thread([callbacks = callbacks_, shutter] {
+            shutter.message.shutter = {m_lastFrame, uint64_t(NowNs())};
+            m_callbacks->notify(m_callbacks, &shutter);
+            std::thread([callbacks = m_callbacks, shutter] {
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
                 callbacks->notify(callbacks, &shutter);
             }).detach();
@@ -336,27 +340,29 @@ private:
         for (;;) {
             Request r;
             {
-                std::unique_lock<std::mutex> lock(mutex_);
-                cv_.wait(lock, [&] { return stop_ || !queue_.empty(); });
-                if (queue_.empty()) return;
-                r = std::move(queue_.front());
-                queue_.pop_front();
-                busy_ = true;
+                std::unique_lock<std::mutex> lock(m_mutex);
+                m_cv.wait(lock, [&] { return m_stop || !m_queue.empty(); });
+                if (m_queue.empty()) return;
+                r = std::move(m_queue.front());
+                m_queue.pop_front();
+                m_busy = true;
             }
             nextNs = std::max(nextNs + kFrameNs, NowNs());
             std::this_thread::sleep_for(std::chrono::nanoseconds(nextNs - NowNs()));
             Deliver(r, uint64_t(nextNs));
-            std::lock_guard<std::mutex> lock(mutex_);
-            busy_ = false;
-            cv_.notify_all();
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_busy = false;
+            m_cv.notify_all();
         }
     }
 
     // Buffers first, then the one partial, then the shutter: all legal from API 3.2 on.
     void Deliver(Request& r, uint64_t timestampNs) {
         for (auto& b : r.buffers) {
-            if (b.stream->format == kBlob) DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
-            else DrawYuv(*b.buffer, b.stream->width, b.stream->height);
+            if (b.stream->format == kBlob)
+                DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
+            else
+                DrawYuv(*b.buffer, b.stream->width, b.stream->height);
             b.status = CAMERA3_BUFFER_STATUS_OK;
             b.acquire_fence = b.release_fence = -1;
         }
@@ -364,49 +370,50 @@ private:
         buffers.frame_number = r.frame;
         buffers.num_output_buffers = uint32_t(r.buffers.size());
         buffers.output_buffers = r.buffers.data();
-        if (rogue_ == "lying_count" && r.frame == kRogueFrame) {
+        if (m_rogue == "lying_count" && r.frame == kRogueFrame) {
             buffers.num_output_buffers = 50;
             buffers.output_buffers = &r.buffers[0];
         }
-        callbacks_->process_capture_result(callbacks_, &buffers);
+        m_callbacks->process_capture_result(m_callbacks, &buffers);
 
         Metadata result(clone_camera_metadata(r.settings.get()));
         const int64_t ts = int64_t(timestampNs);
         camera_metadata_ro_entry_t ae;
-        bool aeOn = find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
+        bool aeOn =
+            find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
         Put<int64_t>(result, ANDROID_SENSOR_TIMESTAMP, {ts});
         Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE, {uint8_t(aeOn ? 2 : 0)});  // CONVERGED / INACTIVE
-        Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});               // fixed focus: OFF whatever was asked
-        Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});              // INACTIVE
-        Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});             // CONVERGED
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});              // fixed focus: OFF whatever was asked
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});             // INACTIVE
+        Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});            // CONVERGED
         Put<uint8_t>(result, ANDROID_REQUEST_PIPELINE_DEPTH, {uint8_t(kMaxBuffers)});
         camera3_capture_result_t metadata{};
         metadata.frame_number = r.frame;
         metadata.result = result.get();
         metadata.partial_result = 1;
-        callbacks_->process_capture_result(callbacks_, &metadata);
+        m_callbacks->process_capture_result(m_callbacks, &metadata);
 
         camera3_notify_msg_t shutter{};
         shutter.type = CAMERA3_MSG_SHUTTER;
         shutter.message.shutter = {r.frame, timestampNs};
-        callbacks_->notify(callbacks_, &shutter);
-        lastFrame_ = r.frame;
+        m_callbacks->notify(m_callbacks, &shutter);
+        m_lastFrame = r.frame;
     }
 
     static camera3_device_ops_t kOps;
 
-    camera3_device_t device_{};
-    const camera3_callback_ops_t* callbacks_ = nullptr;
-    std::string rogue_;
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    std::vector<camera3_stream_t*> streams_;
-    Metadata templates_[CAMERA3_TEMPLATE_COUNT];
-    Metadata lastSettings_;
-    std::deque<Request> queue_;
-    bool busy_ = false, stop_ = false;
-    uint32_t lastFrame_ = 0;  // of the worker
-    std::thread worker_;
+    camera3_device_t m_device{};
+    const camera3_callback_ops_t* m_callbacks = nullptr;
+    std::string m_rogue;
+    std::mutex m_mutex;
+    std::condition_variable m_cv;
+    std::vector<camera3_stream_t*> m_streams;
+    Metadata m_templates[CAMERA3_TEMPLATE_COUNT];
+    Metadata m_lastSettings;
+    std::deque<Request> m_queue;
+    bool m_busy = false, m_stop = false;
+    uint32_t m_lastFrame = 0;  // of the worker
+    std::thread m_worker;
 };
 
 camera3_device_ops_t Camera::kOps = {
@@ -418,7 +425,10 @@ camera3_device_ops_t Camera::kOps = {
     nullptr,  // get_metadata_vendor_tag_ops: gone since 3.2
     [](const camera3_device*, int) {},
     [](const camera3_device* d) { return Self(d)->Flush(); },
-    nullptr, nullptr, nullptr, {},  // later additions, unused at 3.5
+    nullptr,
+    nullptr,
+    nullptr,
+    {},  // later additions, unused at 3.5
 };
 
 int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
@@ -447,8 +457,15 @@ int CameraInfo(int id, camera_info* info) {
 
 extern "C" {
 __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
-    {HARDWARE_MODULE_TAG, CAMERA_MODULE_API_VERSION_2_4, HARDWARE_HAL_API_VERSION, CAMERA_HARDWARE_MODULE_ID,
-     "plain test camera", "hal3_check", &g_methods, nullptr, {}},
+    {HARDWARE_MODULE_TAG,
+     CAMERA_MODULE_API_VERSION_2_4,
+     HARDWARE_HAL_API_VERSION,
+     CAMERA_HARDWARE_MODULE_ID,
+     "plain test camera",
+     "hal3_check",
+     &g_methods,
+     nullptr,
+     {}},
     [] { return 1; },
     CameraInfo,
     [](const camera_module_callbacks_t*) { return 0; },
@@ -457,6 +474,12 @@ __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
     [](const char*, bool) { return -ENOSYS; },
     nullptr,  // set_torch_mode_strength
     [] { return 0; },
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {},  // optional entries of later module APIs
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    {},  // optional entries of later module APIs
 };
 }

@@ -35,8 +35,8 @@ namespace {
 class Sequence {
 public:
     ~Sequence() {
-        checker_.reset();
-        for (int fd : openFds_) close(fd);
+        m_checker.reset();
+        for (int fd : m_openFds) close(fd);
     }
 
     // Runs `steps`; returns the rule ids flagged, warnings as "warn:<id>".
@@ -50,7 +50,7 @@ public:
         for (const auto& f : Checker().TakeWarnings()) ids.insert("warn:" + IdOf(f));
         return ids;
     }
-    const std::vector<int>& fences() const { return fences_; }
+    const std::vector<int>& fences() const { return m_fences; }
 
 private:
     static std::string IdOf(const std::string& finding) {
@@ -59,12 +59,12 @@ private:
     }
 
     ResultChecker& Checker() {
-        if (!checker_) checker_ = std::make_unique<ResultChecker>(limits_, nullptr);
-        return *checker_;
+        if (!m_checker) m_checker = std::make_unique<ResultChecker>(m_limits, nullptr);
+        return *m_checker;
     }
 
-    camera3_stream_t* Stream(const std::string& token) { return &streams_[std::stoi(token.substr(1))]; }
-    buffer_handle_t* Handle(uint32_t frame, camera3_stream_t* s) { return &handles_[{frame, s}]; }
+    camera3_stream_t* Stream(const std::string& token) { return &m_streams[std::stoi(token.substr(1))]; }
+    buffer_handle_t* Handle(uint32_t frame, camera3_stream_t* s) { return &m_handles[{frame, s}]; }
 
     static MetadataPtr Metadata(std::istringstream& in) {
         MetadataPtr m(allocate_camera_metadata(8, 64));
@@ -85,18 +85,20 @@ private:
     }
 
     int Fence(const std::string& kind) {
-        if (kind == "bad") return 999;  // not open (checked below)
+        if (kind == "bad") return 999;                                             // not open (checked below)
         if (isdigit(static_cast<unsigned char>(kind[0]))) return std::stoi(kind);  // one of the test's own
         int fds[2];
         EXPECT_EQ(pipe(fds), 0);
-        if (kind == "signalled") close(fds[1]);  // a reader sees the end at once
-        else openFds_.push_back(fds[1]);         // pending while the writer stays open
-        fences_.push_back(fds[0]);
+        if (kind == "signalled")
+            close(fds[1]);  // a reader sees the end at once
+        else
+            m_openFds.push_back(fds[1]);  // pending while the writer stays open
+        m_fences.push_back(fds[0]);
         return fds[0];
     }
 
-    void Result(uint32_t frame, uint32_t partial, const camera_metadata_t* m, std::vector<camera3_stream_buffer_t> buffers,
-                uint32_t count, bool input = false) {
+    void Result(uint32_t frame, uint32_t partial, const camera_metadata_t* m,
+                std::vector<camera3_stream_buffer_t> buffers, uint32_t count, bool input = false) {
         camera3_stream_buffer_t inputBuffer{};
         camera3_capture_result_t r{};
         r.frame_number = frame;
@@ -111,8 +113,10 @@ private:
     void Notify(int type, uint32_t frame, uint64_t timestampOrCode, camera3_stream_t* stream = nullptr) {
         camera3_notify_msg_t msg{};
         msg.type = type;
-        if (type == CAMERA3_MSG_SHUTTER) msg.message.shutter = {frame, timestampOrCode};
-        else msg.message.error = {frame, stream, int(timestampOrCode)};
+        if (type == CAMERA3_MSG_SHUTTER)
+            msg.message.shutter = {frame, timestampOrCode};
+        else
+            msg.message.error = {frame, stream, int(timestampOrCode)};
         Checker().OnNotify(&msg);
     }
 
@@ -122,11 +126,11 @@ private:
         in >> op;
         if (op.empty()) return;
         if (op == "partials") {
-            in >> limits_.partialCount;
+            in >> m_limits.partialCount;
             return;
         }
         if (op == "maxdepth") {
-            in >> limits_.pipelineMaxDepth;
+            in >> m_limits.pipelineMaxDepth;
             return;
         }
         if (op == "flush") return Checker().BeginFlush();
@@ -172,10 +176,14 @@ private:
             camera3_stream_buffer_t b{Stream(arg), Handle(frame, Stream(arg)), CAMERA3_BUFFER_STATUS_OK, -1, -1};
             if (op == "nullbuf") b.buffer = nullptr;
             while (in >> arg) {
-                if (arg == "err") b.status = CAMERA3_BUFFER_STATUS_ERROR;
-                else if (arg[0] == 'p') partial = uint32_t(std::stoul(arg.substr(1)));
-                else if (arg.rfind("acq=", 0) == 0) b.acquire_fence = std::stoi(arg.substr(4));
-                else if (arg.rfind("rel=", 0) == 0) b.release_fence = Fence(arg.substr(4));
+                if (arg == "err")
+                    b.status = CAMERA3_BUFFER_STATUS_ERROR;
+                else if (arg[0] == 'p')
+                    partial = uint32_t(std::stoul(arg.substr(1)));
+                else if (arg.rfind("acq=", 0) == 0)
+                    b.acquire_fence = std::stoi(arg.substr(4));
+                else if (arg.rfind("rel=", 0) == 0)
+                    b.release_fence = Fence(arg.substr(4));
             }
             Result(frame, partial, nullptr, {b}, count);
         } else if (op == "input") {
@@ -184,9 +192,9 @@ private:
             Result(frame, 0, nullptr, {}, 0);
         } else if (op == "error") {
             static const std::map<std::string, int> kCodes = {{"device", CAMERA3_MSG_ERROR_DEVICE},
-                                                               {"request", CAMERA3_MSG_ERROR_REQUEST},
-                                                               {"result", CAMERA3_MSG_ERROR_RESULT},
-                                                               {"buffer", CAMERA3_MSG_ERROR_BUFFER}};
+                                                              {"request", CAMERA3_MSG_ERROR_REQUEST},
+                                                              {"result", CAMERA3_MSG_ERROR_RESULT},
+                                                              {"buffer", CAMERA3_MSG_ERROR_BUFFER}};
             in >> arg;
             std::string stream;
             in >> stream;
@@ -196,11 +204,11 @@ private:
         }
     }
 
-    CheckerLimits limits_{1, 0, 100000000};  // a 100 ms stall time for "wait"
-    std::unique_ptr<ResultChecker> checker_;
-    camera3_stream_t streams_[3]{};
-    std::map<std::pair<uint32_t, camera3_stream_t*>, buffer_handle_t> handles_;  // stable addresses
-    std::vector<int> fences_, openFds_;
+    CheckerLimits m_limits{1, 0, 100000000};  // a 100 ms stall time for "wait"
+    std::unique_ptr<ResultChecker> m_checker;
+    camera3_stream_t m_streams[3]{};
+    std::map<std::pair<uint32_t, camera3_stream_t*>, buffer_handle_t> m_handles;  // stable addresses
+    std::vector<int> m_fences, m_openFds;
 };
 
 // A frame 0 on stream 0 that completes cleanly after `before`.
@@ -219,17 +227,24 @@ const Case kCases[] = {
     {"metadata before the shutter", "submit 0 s0; result 0 p1 ts=100; shutter 0 100; buffer 0 s0 ok", {}},
     {"only the final partial", "partials 3; submit 0 s0; shutter 0 100; result 0 p3 ts=100; buffer 0 s0 ok", {}},
     {"two partials", "partials 2; submit 0 s0; result 0 p1 ae; shutter 0 100; result 0 p2 ts=100; buffer 0 s0 ok", {}},
-    {"empty ERROR_RESULT metadata", "submit 0 s0; shutter 0 100; error 0 result; result 0 p1 empty; buffer 0 s0 ok", {}},
+    {"empty ERROR_RESULT metadata",
+     "submit 0 s0; shutter 0 100; error 0 result; result 0 p1 empty; buffer 0 s0 ok",
+     {}},
     {"ERROR_REQUEST without a shutter", "submit 0 s0 s1; error 0 request; buffer 0 s0 err; buffer 0 s1 err", {}},
     {"ERROR_REQUEST after the shutter", "submit 0 s0; shutter 0 100; error 0 request; buffer 0 s0 err", {}},
     {"ERROR_BUFFER after its buffer",
-     "submit 0 s0 s1; shutter 0 100; buffer 0 s0 err; error 0 buffer s0; result 0 p1 ts=100; buffer 0 s1 ok", {}},
+     "submit 0 s0 s1; shutter 0 100; buffer 0 s0 err; error 0 buffer s0; result 0 p1 ts=100; buffer 0 s1 ok",
+     {}},
     {"error buffers out of order during flush",
-     "submit 0 s0; submit 1 s0; flush; error 1 request; buffer 1 s0 err; error 0 request; buffer 0 s0 err; flushed", {}},
+     "submit 0 s0; submit 1 s0; flush; error 1 request; buffer 1 s0 err; error 0 request; buffer 0 s0 err; flushed",
+     {}},
     {"streams independent in order",
-     "submit 0 s0 s1; submit 1 s0 s1; buffer 0 s1 ok; buffer 1 s1 ok; buffer 0 s0 ok; buffer 1 s0 ok", {}},
+     "submit 0 s0 s1; submit 1 s0 s1; buffer 0 s1 ok; buffer 1 s1 ok; buffer 0 s0 ok; buffer 1 s0 ok",
+     {}},
     {"release fence signalled", "submit 0 s0; shutter 0 100; result 0 p1 ts=100; buffer 0 s0 ok rel=signalled", {}},
-    {"pipeline depth at the maximum", "maxdepth 4; submit 0 s0; shutter 0 100; result 0 p1 ts=100 depth=4; buffer 0 s0 ok", {}},
+    {"pipeline depth at the maximum",
+     "maxdepth 4; submit 0 s0; shutter 0 100; result 0 p1 ts=100 depth=4; buffer 0 s0 ok",
+     {}},
 
     // One rule broken each.
     {"frame-in-flight", "shutter 5 100", {"frame-in-flight"}},
@@ -242,7 +257,8 @@ const Case kCases[] = {
     {"partial-range zero", "submit 0 s0; result 0 p0 ts=100", {"partial-range"}},
     {"partial-without-metadata", "submit 0 s0; buffer 0 s0 ok p1", {"warn:partial-without-metadata"}},
     {"partial-distinct", "partials 2; submit 0 s0; result 0 p1 ts=100; result 0 p1 ae", {"partial-distinct"}},
-    {"partial-key-once", "partials 2; submit 0 s0; shutter 0 100; result 0 p1 ts=100; result 0 p2 ts=100; buffer 0 s0 ok",
+    {"partial-key-once",
+     "partials 2; submit 0 s0; shutter 0 100; result 0 p1 ts=100; result 0 p2 ts=100; buffer 0 s0 ok",
      {"warn:partial-key-once"}},
     {"final-result-order", "submit 0 s0; submit 1 s0; result 1 p1 ts=200; result 0 p1 ts=100", {"final-result-order"}},
     {"sensor-timestamp", "submit 0 s0; shutter 0 100; result 0 p1 ts=101", {"sensor-timestamp"}},
@@ -273,11 +289,14 @@ const Case kCases[] = {
     {"buffer-once foreign", "submit 0 s0; buffer 0 s1 ok", {"buffer-once"}},
     {"buffer-fifo", "submit 0 s0; submit 1 s0; buffer 1 s0 ok; buffer 0 s0 ok", {"buffer-fifo"}},
     {"buffer-fifo error buffers outside flush",
-     "submit 0 s0; submit 1 s0; error 1 request; buffer 1 s0 err; error 0 request; buffer 0 s0 err", {"buffer-fifo"}},
-    {"buffer-fifo OK buffers during flush", "submit 0 s0; submit 1 s0; flush; buffer 1 s0 ok; buffer 0 s0 ok; flushed",
+     "submit 0 s0; submit 1 s0; error 1 request; buffer 1 s0 err; error 0 request; buffer 0 s0 err",
+     {"buffer-fifo"}},
+    {"buffer-fifo OK buffers during flush",
+     "submit 0 s0; submit 1 s0; flush; buffer 1 s0 ok; buffer 0 s0 ok; flushed",
      {"buffer-fifo"}},
     {"buffer-returned",
-     "submit 0 s0; submit 1 s0; shutter 0 100; result 0 p1 ts=100; shutter 1 200; result 1 p1 ts=200; buffer 1 s0 ok; wait",
+     "submit 0 s0; submit 1 s0; shutter 0 100; result 0 p1 ts=100; shutter 1 200; result 1 p1 ts=200; buffer 1 s0 ok; "
+     "wait",
      {"buffer-returned"}},
     {"result-timeout", "submit 0 s0; shutter 0 100; wait", {"result-timeout"}},
     {"buffer-acquire-fence", "submit 0 s0; buffer 0 s0 ok acq=5", {"buffer-acquire-fence"}},
@@ -315,14 +334,40 @@ TEST(ResultCheckerRulesCoverage, EveryCheckerRuleIsBroken) {
     std::set<std::string> broken;
     for (const Case& c : kCases)
         for (const auto& id : c.expected) broken.insert(id.substr(id.rfind(':') + 1));
-    for (const char* id : {"frame-in-flight", "input-buffer", "empty-result", "result-structure", "result-buffer-count",
-                           "buffer-null", "partial-range", "partial-without-metadata", "partial-distinct",
-                           "partial-key-once", "final-result-order", "sensor-timestamp", "sensor-timestamp-missing",
-                           "pipeline-depth", "shutter-once", "shutter-order", "shutter-timestamp-order", "notify-type",
-                           "error-device", "after-error-device", "error-stream", "error-notify-repeat",
-                           "error-request-metadata", "error-request-buffer", "error-request-shutter",
-                           "error-result-late", "error-result-metadata", "error-buffer-status", "error-buffer-notify",
-                           "buffer-once", "buffer-fifo", "buffer-returned", "result-timeout", "buffer-acquire-fence",
+    for (const char* id : {"frame-in-flight",
+                           "input-buffer",
+                           "empty-result",
+                           "result-structure",
+                           "result-buffer-count",
+                           "buffer-null",
+                           "partial-range",
+                           "partial-without-metadata",
+                           "partial-distinct",
+                           "partial-key-once",
+                           "final-result-order",
+                           "sensor-timestamp",
+                           "sensor-timestamp-missing",
+                           "pipeline-depth",
+                           "shutter-once",
+                           "shutter-order",
+                           "shutter-timestamp-order",
+                           "notify-type",
+                           "error-device",
+                           "after-error-device",
+                           "error-stream",
+                           "error-notify-repeat",
+                           "error-request-metadata",
+                           "error-request-buffer",
+                           "error-request-shutter",
+                           "error-result-late",
+                           "error-result-metadata",
+                           "error-buffer-status",
+                           "error-buffer-notify",
+                           "buffer-once",
+                           "buffer-fifo",
+                           "buffer-returned",
+                           "result-timeout",
+                           "buffer-acquire-fence",
                            "release-fence"})
         EXPECT_TRUE(broken.count(id)) << id << " has no violating sequence";
 }

@@ -32,7 +32,8 @@ std::string ReadFile(const fs::path& path) {
 // static checks' f("<id>" calls, and the second word of each fault list entry.
 std::set<std::string> UsedIds(const std::string& text, bool faultList) {
     std::set<std::string> ids;
-    static const std::regex uses(R"re(\[rule ([a-z0-9][a-z0-9-]*)\]|\b(?:Finding|Flag|f)\(\s*"([a-z0-9][a-z0-9-]*)")re");
+    static const std::regex uses(
+        R"re(\[rule ([a-z0-9][a-z0-9-]*)\]|\b(?:Finding|Flag|f)\(\s*"([a-z0-9][a-z0-9-]*)")re");
     for (std::sregex_iterator it(text.begin(), text.end(), uses), end; it != end; ++it)
         ids.insert((*it)[1].matched ? (*it)[1].str() : (*it)[2].str());
     if (faultList) {

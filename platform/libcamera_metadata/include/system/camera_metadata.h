@@ -17,15 +17,7 @@ extern "C" {
 #endif
 
 // Entry data types.
-enum {
-    TYPE_BYTE = 0,
-    TYPE_INT32 = 1,
-    TYPE_FLOAT = 2,
-    TYPE_INT64 = 3,
-    TYPE_DOUBLE = 4,
-    TYPE_RATIONAL = 5,
-    NUM_TYPES
-};
+enum { TYPE_BYTE = 0, TYPE_INT32 = 1, TYPE_FLOAT = 2, TYPE_INT64 = 3, TYPE_DOUBLE = 4, TYPE_RATIONAL = 5, NUM_TYPES };
 
 typedef struct camera_metadata_rational {
     int32_t numerator;

@@ -68,8 +68,7 @@ typedef enum torch_mode_status {
 
 typedef struct camera_module_callbacks {
     void (*camera_device_status_change)(const struct camera_module_callbacks*, int camera_id, int new_status);
-    void (*torch_mode_status_change)(const struct camera_module_callbacks*, const char* camera_id,
-                                     int new_status);
+    void (*torch_mode_status_change)(const struct camera_module_callbacks*, const char* camera_id, int new_status);
 } camera_module_callbacks_t;
 
 // A stream as the module's stream-combination query sees it (no buffers yet).

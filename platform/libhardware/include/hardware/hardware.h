@@ -20,9 +20,9 @@ __BEGIN_DECLS
 #define HARDWARE_MODULE_TAG MAKE_TAG_CONSTANT('H', 'W', 'M', 'T')
 #define HARDWARE_DEVICE_TAG MAKE_TAG_CONSTANT('H', 'W', 'D', 'T')
 
-#define HARDWARE_MAKE_API_VERSION(maj, min) ((((maj) & 0xff) << 8) | ((min) & 0xff))
+#define HARDWARE_MAKE_API_VERSION(maj, min) ((((maj)&0xff) << 8) | ((min)&0xff))
 // Second form: major and minor in the top 16 bits, a header version below.
-#define HARDWARE_MAKE_API_VERSION_2(maj, min, hdr) ((((maj) & 0xff) << 24) | (((min) & 0xff) << 16) | ((hdr) & 0xffff))
+#define HARDWARE_MAKE_API_VERSION_2(maj, min, hdr) ((((maj)&0xff) << 24) | (((min)&0xff) << 16) | ((hdr)&0xffff))
 #define HARDWARE_API_VERSION_2_MAJ_MIN_MASK 0xffff0000
 #define HARDWARE_API_VERSION_2_HEADER_MASK 0x0000ffff
 

@@ -23,7 +23,9 @@ public:
     constexpr Rect(int32_t w, int32_t h) : left(0), top(0), right(w), bottom(h) {}
     // Unsigned sizes past INT32_MAX are clamped to it, as on the platform.
     constexpr Rect(uint32_t w, uint32_t h)
-        : left(0), top(0), right(static_cast<int32_t>(w > INT32_MAX ? INT32_MAX : w)),
+        : left(0),
+          top(0),
+          right(static_cast<int32_t>(w > INT32_MAX ? INT32_MAX : w)),
           bottom(static_cast<int32_t>(h > INT32_MAX ? INT32_MAX : h)) {}
     constexpr Rect(int32_t l, int32_t t, int32_t r, int32_t b) : left(l), top(t), right(r), bottom(b) {}
 
