@@ -12,11 +12,16 @@ install(TARGETS zelkov_android LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/android/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/android
         FILES_MATCHING PATTERN "*.h" PATTERN "internal" EXCLUDE)
 
-foreach(standin zelkov_cutils ui camera_metadata hardware sensorndkbridge)
-  if(TARGET ${standin})
-    set_target_properties(${standin} PROPERTIES INSTALL_RPATH "$ORIGIN")
-    install(TARGETS ${standin} LIBRARY DESTINATION ${ZEL_PLATFORM_LIBDIR})
-  endif()
+# Installed modules live in <libdir>/hw, as the platform's in /vendor/lib/hw;
+# the installed libhardware names that directory relative to its own.
+set(ZEL_HW_MODULE_LIBDIR ${CMAKE_INSTALL_LIBDIR}/hw)
+file(RELATIVE_PATH hw_from_platform /prefix/${ZEL_PLATFORM_LIBDIR} /prefix/${ZEL_HW_MODULE_LIBDIR})
+zel_add_hardware(hardware_installed ${hw_from_platform})
+set_target_properties(hardware_installed PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/installed)
+
+foreach(standin zelkov_cutils ui camera_metadata hardware_installed sensorndkbridge)
+  set_target_properties(${standin} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${standin} LIBRARY DESTINATION ${ZEL_PLATFORM_LIBDIR})
 endforeach()
 
 # The package declares the imported target itself: the library's platform

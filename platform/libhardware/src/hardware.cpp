@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <string>
@@ -28,10 +29,25 @@ std::map<std::string, std::string> g_properties;  // unset keys read as empty
     std::abort();
 }
 
+// A relative default (the installed copy's) is taken from this library's own
+// directory: the install prefix is only known once installed.
+const std::string& DefaultModuleDir() {
+    static const std::string dir = [] {
+        std::filesystem::path path(ZELKOV_HW_DEFAULT_MODULE_PATH);
+        Dl_info self;
+        if (path.is_relative() && dladdr(reinterpret_cast<void*>(&zelkov_hardware_default_search_path), &self) != 0 &&
+            self.dli_fname != nullptr) {
+            path = (std::filesystem::path(self.dli_fname).parent_path() / path).lexically_normal();
+        }
+        return path.string();
+    }();
+    return dir;
+}
+
 std::string SearchPathLocked() {
     if (!g_search_path.empty()) return g_search_path;
     const char* env = getenv("ZELKOV_HW_MODULE_PATH");
-    return env != nullptr && *env != '\0' ? env : ZELKOV_HW_DEFAULT_MODULE_PATH;
+    return env != nullptr && *env != '\0' ? env : DefaultModuleDir();
 }
 
 std::string PropertyLocked(const std::string& key) {
@@ -137,7 +153,7 @@ void zelkov_hardware_set_property(const char* key, const char* value) {
     }
 }
 
-const char* zelkov_hardware_default_search_path(void) { return ZELKOV_HW_DEFAULT_MODULE_PATH; }
+const char* zelkov_hardware_default_search_path(void) { return DefaultModuleDir().c_str(); }
 
 int hw_get_module_by_class(const char* class_id, const char* inst, const hw_module_t** module) {
     return GetModule("hw_get_module_by_class", class_id, inst, module);

@@ -9,7 +9,7 @@
 // properties "ro.hardware.<name>", "ro.hardware", "ro.product.board",
 // "ro.board.platform" and "ro.arch" that are set, then "default". The search
 // path is the one set here, else the ZELKOV_HW_MODULE_PATH environment
-// variable, else the build tree's module directory.
+// variable, else the default module directory.
 
 #ifdef __cplusplus
 extern "C" {
@@ -22,7 +22,8 @@ const char* zelkov_hardware_search_path(void);
 // Sets one of the system properties above; a null or empty value unsets it.
 void zelkov_hardware_set_property(const char* key, const char* value);
 
-// The build tree's module directory.
+// The default module directory: the build tree's hw/, or <libdir>/hw of the
+// install prefix for an installed copy.
 const char* zelkov_hardware_default_search_path(void);
 
 #ifdef __cplusplus
