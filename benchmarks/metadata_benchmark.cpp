@@ -3,6 +3,7 @@
 // append, clone and validate. Entries are vendor tags of type int32 with two
 // values each, so every one has data in the data area.
 #include <chrono>
+#include <random>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -35,15 +36,25 @@ IZelCameraMetadataHandler* Handler() {
     return handler;
 }
 
-// `count` entries added in descending tag order, so the buffer is unsorted.
-camera_metadata* Filled(unsigned int count, unsigned int spare = 0) {
+// `count` entries, tags kFirstTag + step * i, added in descending tag order,
+// so the buffer is unsorted.
+camera_metadata* Filled(unsigned int count, unsigned int spare = 0, unsigned int step = 1) {
     IZelCameraMetadataHandler* handler = Handler();
     camera_metadata* metadata = handler->Allocate(count + spare, (count + spare) * 16);
     for (unsigned int i = count; i-- > 0;) {
         const int32_t values[] = {int32_t(i), -int32_t(i)};
-        handler->AddEntry(metadata, kFirstTag + i, values, 2);
+        handler->AddEntry(metadata, kFirstTag + step * i, values, 2);
     }
     return metadata;
+}
+
+// Entry indices in a random order, so no branch predictor learns the keys.
+std::vector<uint32_t> RandomIndices(unsigned int count, size_t length) {
+    std::mt19937 random(count);
+    std::uniform_int_distribution<uint32_t> index(0, count - 1);
+    std::vector<uint32_t> indices(length);
+    for (uint32_t& i : indices) i = index(random);
+    return indices;
 }
 
 void BM_Add(benchmark::State& state) {
@@ -76,32 +87,26 @@ void Find(benchmark::State& state, bool sorted) {
 void BM_FindUnsorted(benchmark::State& state) { Find(state, false); }
 void BM_FindSorted(benchmark::State& state) { Find(state, true); }
 
-// The search find is measured against: the same probes over the raw entries,
-// filling the entry as find does, written here.
+// The search find is measured against: a lower bound over the raw entries of
+// a buffer without equal tags, filling the entry as find does, written here.
 inline int SearchEntries(const camera_metadata_t* metadata, uint32_t tag, camera_metadata_ro_entry_t* entry) {
     using namespace zelkov_test;
     const uint8_t* base = reinterpret_cast<const uint8_t*>(metadata);
     const auto* entries = reinterpret_cast<const RawEntry*>(base + HeaderWordOf(metadata, kEntriesStart));
-    size_t first = 0;
-    for (size_t n = HeaderWordOf(metadata, kEntryCount); n != 0; n >>= 1) {
-        const size_t probe = first + (n >> 1);
-        const RawEntry& found = entries[probe];
-        if (found.tag == tag) {
-            entry->index = probe;
-            entry->tag = found.tag;
-            entry->type = found.type;
-            entry->count = found.count;
-            entry->data.u8 = found.count * camera_metadata_type_size[found.type] > 4
-                                 ? base + HeaderWordOf(metadata, kDataStart) + OffsetOf(found)
-                                 : found.data;
-            return 0;
-        }
-        if (tag > found.tag) {
-            first = probe + 1;
-            n--;
-        }
+    const size_t count = HeaderWordOf(metadata, kEntryCount);
+    const RawEntry* first = entries;
+    for (size_t n = count; n > 1; n -= n / 2) {
+        if (first[n / 2].tag < tag) first += n / 2;
     }
-    return -2;
+    if (count == 0 || first->tag != tag) return -2;
+    entry->index = size_t(first - entries);
+    entry->tag = first->tag;
+    entry->type = first->type;
+    entry->count = first->count;
+    entry->data.u8 = first->count * camera_metadata_type_size[first->type] > 4
+                         ? base + HeaderWordOf(metadata, kDataStart) + OffsetOf(*first)
+                         : first->data;
+    return 0;
 }
 
 // The same search as a call (never inlined), like a call into a library that
@@ -155,7 +160,46 @@ void BM_FindSortedVsInlineSearch(benchmark::State& state) {
     state.counters["find_vs_inline"] = perLookup(time[0]) / perLookup(time[2]);
     Handler()->Free(metadata);
 }
-BENCHMARK(BM_FindSortedVsInlineSearch)->Arg(8)->Arg(64)->Arg(500);
+BENCHMARK(BM_FindSortedVsInlineSearch)->Arg(8)->Arg(64)->Arg(500)->Arg(2048);
+
+// find_camera_metadata_ro_entry on a sorted buffer of tags 2 apart, for
+// present tags and for the absent ones between them, random keys, in
+// alternating timed batches of one iteration so both see the same load.
+// Counters: ns per lookup of each and absent / present.
+void BM_FindSortedPresentVsAbsent(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
+    const unsigned int count = unsigned(state.range(0));
+    camera_metadata* metadata = Filled(count, 0, 2);
+    sort_camera_metadata(metadata);
+    std::vector<uint32_t> present = RandomIndices(count, 4096);
+    std::vector<uint32_t> absent = present;
+    for (size_t i = 0; i < present.size(); ++i) {
+        present[i] = kFirstTag + 2 * present[i];
+        absent[i] = present[i] + 1;
+    }
+    camera_metadata_ro_entry_t entry;
+    auto batch = [&](const std::vector<uint32_t>& keys) {
+        const Clock::time_point start = Clock::now();
+        for (uint32_t key : keys) benchmark::DoNotOptimize(find_camera_metadata_ro_entry(metadata, key, &entry));
+        return Clock::now() - start;
+    };
+    Clock::duration presentTime{}, absentTime{};
+    bool presentFirst = true;
+    for (auto _ : state) {
+        if (presentFirst) presentTime += batch(present);
+        absentTime += batch(absent);
+        if (!presentFirst) presentTime += batch(present);
+        presentFirst = !presentFirst;
+    }
+    const double lookups = static_cast<double>(state.iterations()) * present.size();
+    const double presentNs = std::chrono::duration<double, std::nano>(presentTime).count() / lookups;
+    const double absentNs = std::chrono::duration<double, std::nano>(absentTime).count() / lookups;
+    state.counters["present_ns"] = presentNs;
+    state.counters["absent_ns"] = absentNs;
+    state.counters["absent_vs_present"] = absentNs / presentNs;
+    Handler()->Free(metadata);
+}
+BENCHMARK(BM_FindSortedPresentVsAbsent)->Arg(8)->Arg(64)->Arg(500)->Arg(2048);
 
 // The first entry's data alternates between 8 and 16 bytes, so each update
 // moves every later value down and appends the new one.

@@ -430,8 +430,9 @@ __attribute__((noreturn, noinline, cold)) static void unknown_type(const char* c
     strict(call, "entry %zu has unknown type %u (the device reads past its type table)", index, type);
 }
 
-static inline void fill_entry(camera_metadata_t* src, size_t index, camera_metadata_entry_t* entry) {
-    camera_metadata_buffer_entry_t* buffer_entry = get_entries(src) + index;
+static inline void fill_entry(camera_metadata_t* src, const camera_metadata_buffer_entry_t* buffer_entry,
+                              camera_metadata_entry_t* entry) {
+    const size_t index = (size_t)(buffer_entry - get_entries(src));
     const uint8_t type = buffer_entry->type;
     if (__builtin_expect(type >= NUM_TYPES, 0)) unknown_type("get_camera_metadata_entry", index, type);
     entry->index = index;
@@ -441,14 +442,14 @@ static inline void fill_entry(camera_metadata_t* src, size_t index, camera_metad
     if ((size_t)buffer_entry->count * type_sizes[type] > 4) {
         entry->data.u8 = get_data(src) + buffer_entry->data.offset;
     } else {
-        entry->data.u8 = buffer_entry->data.value;
+        entry->data.u8 = (uint8_t*)buffer_entry->data.value;
     }
 }
 
 int get_camera_metadata_entry(camera_metadata_t* src, size_t index, camera_metadata_entry_t* entry) {
     if (src == NULL || entry == NULL) return ERROR;
     if (index >= src->entry_count) return ERROR;
-    fill_entry(src, index, entry);
+    fill_entry(src, get_entries(src) + index, entry);
     return OK;
 }
 
@@ -456,10 +457,11 @@ int get_camera_metadata_ro_entry(const camera_metadata_t* src, size_t index, cam
     return get_camera_metadata_entry((camera_metadata_t*)src, index, (camera_metadata_entry_t*)entry);
 }
 
-// The platform's bsearch probes base + n/2 and keeps the half holding the key;
-// the same probes here, without a comparison call per step, find the same
-// entry among equal tags.
-static inline size_t search_sorted(const camera_metadata_buffer_entry_t* entries, size_t count, uint32_t tag) {
+// The platform's bsearch probes base + n/2, stops at an equal tag and keeps
+// the half holding the key; the same probes here pick the same entry among
+// equal tags.
+__attribute__((noinline, cold)) static size_t bsearch_probes(const camera_metadata_buffer_entry_t* entries,
+                                                             size_t count, uint32_t tag) {
     size_t base = 0;
     for (size_t n = count; n != 0; n >>= 1) {
         size_t probe = base + (n >> 1);
@@ -473,25 +475,47 @@ static inline size_t search_sorted(const camera_metadata_buffer_entry_t* entries
     return count;
 }
 
+// Equal tags (add does not refuse them): the platform's pick among them.
+__attribute__((noinline, cold)) static int find_among_equal_tags(camera_metadata_t* src, uint32_t tag,
+                                                                 camera_metadata_entry_t* entry) {
+    return get_camera_metadata_entry(src, bsearch_probes(get_entries(src), src->entry_count, tag), entry);
+}
+
+// The last of `count` (> 0) sorted entries whose tag is not above `tag`, else
+// the first. The step count depends on `count` only and each step is a
+// conditional move, so no branch is mispredicted and an absent tag costs what
+// a present one does (the platform's early exit mispredicts about half of its
+// probes, present tag or not).
+static inline const camera_metadata_buffer_entry_t* last_not_above(const camera_metadata_buffer_entry_t* entries,
+                                                                   size_t count, uint32_t tag) {
+    const camera_metadata_buffer_entry_t* last = entries;
+    for (size_t n = count; n > 1; n -= n / 2) {
+        if (last[n / 2].tag <= tag) last += n / 2;
+    }
+    return last;
+}
+
 int find_camera_metadata_entry(camera_metadata_t* src, uint32_t tag, camera_metadata_entry_t* entry) {
     if (src == NULL) return ERROR;
 
     const camera_metadata_buffer_entry_t* entries = get_entries(src);
     const size_t count = src->entry_count;
-    size_t index = count;
+    const camera_metadata_buffer_entry_t* found = NULL;
     if (src->flags & FLAG_SORTED) {
-        index = search_sorted(entries, count, tag);
+        if (count == 0) return NOT_FOUND;
+        found = last_not_above(entries, count, tag);
+        if (found->tag != tag) return NOT_FOUND;
+        // The platform's pick among equal tags is a cold call of its own, so
+        // this path needs no stack frame.
+        if (found != entries && found[-1].tag == tag) return find_among_equal_tags(src, tag, entry);
     } else {
-        for (size_t i = 0; i < count; ++i) {
-            if (entries[i].tag == tag) {
-                index = i;
-                break;
-            }
+        for (size_t i = 0; i < count && found == NULL; ++i) {
+            if (entries[i].tag == tag) found = &entries[i];
         }
+        if (found == NULL) return NOT_FOUND;
     }
-    if (index == count) return NOT_FOUND;
     if (entry == NULL) return ERROR;
-    fill_entry(src, index, entry);
+    fill_entry(src, found, entry);
     return OK;
 }
 
@@ -556,7 +580,7 @@ int update_camera_metadata_entry(camera_metadata_t* dst, size_t index, const voi
     if (data_bytes == 0 && data_payload_bytes != 0) memmove(entry->data.value, data, data_payload_bytes);
     entry->count = (uint32_t)data_count;
 
-    if (updated_entry != NULL) fill_entry(dst, index, updated_entry);
+    if (updated_entry != NULL) fill_entry(dst, get_entries(dst) + index, updated_entry);
     return OK;
 }
 

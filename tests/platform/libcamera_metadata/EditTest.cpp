@@ -34,6 +34,65 @@ MetadataPtr FourEntries(size_t data_capacity = 64) {
     return metadata;
 }
 
+// A sorted buffer whose entries carry `tags` (ascending), each with its index as value.
+MetadataPtr SortedWithTags(const std::vector<uint32_t>& tags) {
+    MetadataPtr metadata(allocate_camera_metadata(tags.size(), 0));
+    for (size_t i = 0; i < tags.size(); ++i) {
+        const int32_t value = int32_t(i);
+        add_camera_metadata_entry(metadata.get(), ANDROID_SENSOR_SENSITIVITY, &value, 1);
+        RawEntry raw = RawEntryOf(metadata.get(), i);
+        raw.tag = tags[i];
+        WriteRawEntry(metadata.get(), i, raw);
+    }
+    sort_camera_metadata(metadata.get());
+    return metadata;
+}
+
+TEST(EditTest, SortedFindAnswersEveryPresentAndAbsentTag) {
+    for (size_t count : {1, 2, 3, 5, 8, 63, 64, 500}) {
+        SCOPED_TRACE(count);
+        std::vector<uint32_t> tags(count);
+        for (size_t i = 0; i < count; ++i) tags[i] = 0x10 + 2 * uint32_t(i);
+        MetadataPtr metadata = SortedWithTags(tags);
+        camera_metadata_entry_t entry;
+        for (size_t i = 0; i < count; ++i) {
+            ASSERT_EQ(find_camera_metadata_entry(metadata.get(), tags[i], &entry), kOk) << i;
+            ASSERT_EQ(entry.index, i);
+            ASSERT_EQ(entry.data.i32[0], int32_t(i));
+            // Below the first, between two and above the last.
+            entry.index = 12345;
+            ASSERT_EQ(find_camera_metadata_entry(metadata.get(), tags[i] - 1, &entry), -ENOENT) << i;
+            ASSERT_EQ(find_camera_metadata_entry(metadata.get(), tags[i] + 1, &entry), -ENOENT) << i;
+            ASSERT_EQ(entry.index, 12345u);  // left as it was
+        }
+    }
+}
+
+// add accepts a tag twice; the platform's bsearch stops at the first equal
+// tag it probes (base + n/2, then the half holding the key).
+TEST(EditTest, SortedFindPicksAmongEqualTagsAsThePlatform) {
+    const struct {
+        std::vector<uint32_t> tags;
+        uint32_t tag;
+        size_t index;
+    } cases[] = {
+        {{5, 5}, 5, 1},
+        {{5, 5, 5}, 5, 1},
+        {{5, 5, 5, 5}, 5, 2},
+        {{5, 5, 6}, 5, 1},
+        {{4, 5, 5}, 5, 1},
+        {{4, 5, 5, 5, 6}, 5, 2},
+        {{5, 5, 6, 6, 6, 6, 6, 7}, 5, 1},
+        {{5, 5, 6, 6, 6, 6, 6, 7}, 6, 4},
+    };
+    for (const auto& c : cases) {
+        MetadataPtr metadata = SortedWithTags(c.tags);
+        camera_metadata_entry_t entry;
+        ASSERT_EQ(find_camera_metadata_entry(metadata.get(), c.tag, &entry), kOk);
+        EXPECT_EQ(entry.index, c.index) << c.tags.size() << " entries, tag " << c.tag;
+    }
+}
+
 TEST(EditTest, FindWorksUnsortedAndSortedAndSortOrdersByTag) {
     MetadataPtr metadata = FourEntries();
     camera_metadata_entry_t entry;
@@ -42,10 +101,8 @@ TEST(EditTest, FindWorksUnsortedAndSortedAndSortOrdersByTag) {
     ASSERT_EQ(sort_camera_metadata(metadata.get()), kOk);
     const uint32_t sorted[] = {ANDROID_CONTROL_AF_MODE, ANDROID_SCALER_CROP_REGION,
                                ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS, ANDROID_SENSOR_SENSITIVITY};
-    for (size_t i = 0; i < 4; ++i) {
-        ASSERT_EQ(find_camera_metadata_entry(metadata.get(), sorted[i], &entry), kOk) << i;
-        EXPECT_EQ(entry.index, i);
-    }
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(RawEntryOf(metadata.get(), i).tag, sorted[i]) << i;
+    ASSERT_EQ(find_camera_metadata_entry(metadata.get(), ANDROID_SENSOR_SENSITIVITY, &entry), kOk);
     EXPECT_EQ(entry.data.i32[0], 400);
     EXPECT_EQ(find_camera_metadata_entry(metadata.get(), ANDROID_LENS_APERTURE, &entry), -ENOENT);
     // Adding clears the sorted flag; the new entry is still found.
