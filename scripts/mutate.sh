@@ -4,21 +4,31 @@
 # fault it models (TAB-separated; '#' comments and blank lines are skipped).
 # Every mutant is applied alone to a scratch copy of the tree, the host preset
 # is rebuilt there (incrementally: the scratch tree and its build persist) and
-# the tests run; a failing or hanging test kills the mutant.
+# the tests run; a failing or hanging test kills the mutant, and so does a
+# test that no longer compiles (a static_assert). A mutant that stops the
+# libraries or programs themselves from building tests nothing: it is
+# reported apart, as NO-BUILD, and fails the run as a broken mutant line does.
 #
 #   scripts/mutate.sh [PATTERN...]   only the mutants whose line matches a pattern (grep -E)
 #
-# Environment: ZEL_MUTATE_DIR (scratch tree, default build/mutate-tree, under the
-# ccache base directory so unchanged sources come from the cache),
-# ZEL_MUTATE_TIMEOUT (seconds per test, default 60).
+# Environment: ZEL_MUTATE_DIR (scratch tree, default build/mutate-tree),
+# ZEL_MUTATE_TIMEOUT (seconds per test, default 60), ZEL_MUTATE_TESTS (a ctest
+# -R pattern: only those tests run, default all). With ccache installed, the
+# builds go through it; CCACHE_DIR is ccache's own choice unless set.
 set -u -o pipefail
 
 repo=$(cd "$(dirname "$0")/.." && pwd)
 scratch=${ZEL_MUTATE_DIR:-$repo/build/mutate-tree}
 timeout=${ZEL_MUTATE_TIMEOUT:-60}
+tests=${ZEL_MUTATE_TESTS:-}
 mutants="$repo/tests/mutants.txt"
-export CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} CCACHE_BASEDIR=${CCACHE_BASEDIR:-/work} CCACHE_NOHASHDIR=1
-export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER:-ccache} CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+if command -v ccache >/dev/null; then
+    # Paths inside the scratch tree are hashed relative to the build folder,
+    # so sources unchanged from any other tree's build come from the cache.
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$scratch} CCACHE_NOHASHDIR=1
+    export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER:-ccache}
+    export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+fi
 
 # The working tree as it is (uncommitted edits included), without build trees.
 sync_tree() {
@@ -57,8 +67,13 @@ PY
 sync_tree
 (cd "$scratch" && cmake --preset host >/dev/null) || { echo "mutate: configure failed" >&2; exit 2; }
 (cd "$scratch" && cmake --build --preset host -j2 >/dev/null) || { echo "mutate: the unmutated tree does not build" >&2; exit 2; }
+# The libraries and programs outside the test folders (link steps of the build).
+mapfile -t products < <(ninja -C "$scratch/build/host" -t targets all |
+                        awk -F': ' '$2 ~ /LINKER__/ && $1 !~ /(^|\/)tests\// { print $1 }')
+[ ${#products[@]} -gt 0 ] || { echo "mutate: no library or program found in the build" >&2; exit 2; }
+build_log="$scratch/build/mutate-build.log"
 
-killed=0 survived=0 errors=0
+killed=0 survived=0 unbuilt=0 errors=0
 while IFS= read -r line || [ -n "$line" ]; do
     [[ -z "${line//[[:space:]]/}" || "$line" =~ ^[[:space:]]*# ]] && continue
     selected "$line" "$@" || continue
@@ -79,14 +94,20 @@ while IFS= read -r line || [ -n "$line" ]; do
         echo "ERROR     $label ($why)"; errors=$((errors + 1))
         mv "$original" "$scratch/$path"; continue
     fi
-    if ! (cd "$scratch" && cmake --build --preset host -j2 >/dev/null 2>&1); then
-        verdict=KILLED; detail="(does not build)"
-    elif (cd "$scratch" && ctest --preset host --stop-on-failure --timeout "$timeout" >/dev/null 2>&1); then
+    if ! (cd "$scratch" && cmake --build --preset host -j2 --target "${products[@]}" >"$build_log" 2>&1); then
+        verdict=NO-BUILD; detail="($(grep -m1 'error:' "$build_log" | sed "s|$scratch/||"))"
+    elif ! (cd "$scratch" && cmake --build --preset host -j2 >"$build_log" 2>&1); then
+        verdict=KILLED; detail="(a test does not compile)"
+    elif (cd "$scratch" && ctest --preset host ${tests:+-R "$tests"} --stop-on-failure --timeout "$timeout" >/dev/null 2>&1); then
         verdict=SURVIVED; detail=""
     else
         verdict=KILLED; detail=""
     fi
-    [ $verdict = KILLED ] && killed=$((killed + 1)) || survived=$((survived + 1))
+    case $verdict in
+        KILLED) killed=$((killed + 1)) ;;
+        SURVIVED) survived=$((survived + 1)) ;;
+        *) unbuilt=$((unbuilt + 1)) ;;
+    esac
     printf '%-9s %s %s\n' "$verdict" "$label" "$detail"
     # Restore with the original timestamp, so the next build recompiles it again.
     mv "$original" "$scratch/$path"
@@ -94,5 +115,5 @@ while IFS= read -r line || [ -n "$line" ]; do
 done <"$mutants"
 
 total=$((killed + survived))
-echo "score: $killed/$total killed, $survived survived, $errors errors"
-[ $survived -eq 0 ] && [ $errors -eq 0 ]
+echo "score: $killed/$total killed, $survived survived, $unbuilt did not build, $errors errors"
+[ $survived -eq 0 ] && [ $unbuilt -eq 0 ] && [ $errors -eq 0 ]
