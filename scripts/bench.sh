@@ -12,13 +12,7 @@ cd "$(dirname "$0")/.."
 repetitions=${BENCH_REPETITIONS:-3}
 build=build/host-release
 
-# setup.sh installs packages, which needs root; as another user, say what is missing instead.
-if [ "$(id -u)" = 0 ]; then
-  scripts/setup.sh host >&2
-elif ! dpkg-query -W -f='${Status}' libbenchmark-dev 2>/dev/null | grep -q "install ok installed"; then
-  echo "bench: libbenchmark-dev is missing: run scripts/setup.sh host as root" >&2
-  exit 1
-fi
+scripts/setup.sh host >&2
 
 cmake --preset host-release >&2
 # Only the benchmark programs (one per benchmarks/*_benchmark.cpp) and what they

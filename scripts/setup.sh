@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what the build needs on a Debian machine (run as root). Idempotent:
-# only missing packages are installed.
+# Installs what the build needs on a Debian machine. Only missing packages are
+# installed, which needs root; with everything installed any user may run it
+# (the test and demo commands do, on every run).
 #   scripts/setup.sh host   the host toolchain and platform packages
 #   scripts/setup.sh all    also the armhf cross toolchain, qemu and armhf platform packages
 set -euo pipefail
@@ -30,7 +31,12 @@ not_installed() {
 mkdir -p build
 apt_log=$PWD/build/setup-apt.log
 mapfile -t missing < <(not_installed "${packages[@]}")
-if [ ${#missing[@]} -gt 0 ]; then
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "setup: nothing missing (${#packages[@]} packages installed)"
+elif [ "$(id -u)" != 0 ]; then
+  echo "setup: FAILED: missing ${missing[*]}: run scripts/setup.sh $scope as root to install them" >&2
+  exit 1
+else
   echo "setup: installing ${missing[*]}"
   if [ "$scope" = all ] && ! dpkg --print-foreign-architectures | grep -qx armhf; then
     dpkg --add-architecture armhf

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test: host (ASan+UBSan with LeakSanitizer), host-tsan,
 # armhf (under qemu-arm), the fuzz targets for a bounded time (host-fuzz), and
-# the demo under Valgrind's memcheck. Installs what is missing first. Exits
-# non-zero on any failure or sanitizer report.
+# the demo under Valgrind's memcheck. Installs what is missing first (only
+# that needs root). Exits non-zero on any failure or sanitizer report.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
