@@ -16,6 +16,7 @@ import sys
 import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+REPO = os.path.dirname(HERE)
 BASELINE_ABI = os.path.join(HERE, "libzelkov_android.abi")
 BASELINE_SYMBOLS = os.path.join(HERE, "exported_symbols.txt")
 
@@ -57,7 +58,28 @@ def symbol_report(symbols):
 
 
 def abidw(library, out):
-    subprocess.run(["abidw", "--no-corpus-path", "--out-file", out, library], check=True)
+    """The description without source locations or the compilation folder, and
+    with translation units named relative to the repository, so that the same
+    library gives the same file in any checkout. A unit's path is cut to its
+    longest tail that names a file or folder of this checkout: the checkout it
+    was compiled in may be another (an object from a shared compiler cache)."""
+    subprocess.run(["abidw", "--no-corpus-path", "--no-show-locs", "--no-comp-dir-path", "--out-file", out, library],
+                   check=True)
+    with open(out) as f:
+        text = f.read()
+
+    def relative(match):
+        path = match.group(2)
+        parts = path.split("/")
+        for i in range(1, len(parts)):
+            tail = "/".join(parts[i:])
+            if tail and os.path.exists(os.path.join(REPO, tail)):
+                path = tail
+                break
+        return match.group(1) + path + "'"
+
+    with open(out, "w") as f:
+        f.write(re.sub(r"(<abi-instr [^>]*\bpath=')([^']*)'", relative, text))
 
 
 def check(library):
