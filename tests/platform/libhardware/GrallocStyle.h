@@ -14,7 +14,6 @@ __BEGIN_DECLS
 #define GRALLOC_STYLE_DEVICE_API_VERSION HARDWARE_DEVICE_API_VERSION_2(1, 2, 7)
 #define GRALLOC_STYLE_HARDWARE_MODULE_ID "gralloc"
 #define GRALLOC_STYLE_GPU0 "gpu0"
-#define GRALLOC_STYLE_FB0 "fb0"
 
 typedef struct gralloc_style_module_t {
     struct hw_module_t common;
@@ -28,13 +27,6 @@ typedef struct alloc_style_device_t {
                  int* stride);
 } alloc_style_device_t;
 
-typedef struct framebuffer_style_device_t {
-    struct hw_device_t common;
-    const uint32_t width;
-    const int format;
-    int (*post)(struct framebuffer_style_device_t* dev, buffer_handle_t buffer);
-} framebuffer_style_device_t;
-
 static inline int gralloc_style_open(const struct hw_module_t* module, struct alloc_style_device_t** device) {
     return module->methods->open(module, GRALLOC_STYLE_GPU0, TO_HW_DEVICE_T_OPEN(device));
 }
@@ -43,17 +35,8 @@ static inline int gralloc_style_close(struct alloc_style_device_t* device) {
     return device->common.close(&device->common);
 }
 
-static inline int framebuffer_style_open(const struct hw_module_t* module, struct framebuffer_style_device_t** device) {
-    return module->methods->open(module, GRALLOC_STYLE_FB0, TO_HW_DEVICE_T_OPEN(device));
-}
-
-static inline int framebuffer_style_close(struct framebuffer_style_device_t* device) {
-    return device->common.close(&device->common);
-}
-
-// The same opens, compiled as C (GrallocStyleCaller.c).
+// The same open, compiled as C (GrallocStyleCaller.c).
 int gralloc_style_open_from_c(const struct hw_module_t* module, struct alloc_style_device_t** device);
-int framebuffer_style_open_from_c(const struct hw_module_t* module, struct framebuffer_style_device_t** device);
 
 __END_DECLS
 

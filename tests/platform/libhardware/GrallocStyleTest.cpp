@@ -65,23 +65,6 @@ TEST(GrallocStyleHeaderTest, ModuleIsFoundAndOpensItsDevicesFromCAndCxx) {
         EXPECT_EQ(stride, 64);
         EXPECT_EQ(gralloc_style_close(device), 0);
     }
-
-    for (auto open : {framebuffer_style_open, framebuffer_style_open_from_c}) {
-        framebuffer_style_device_t* fb = nullptr;
-        ASSERT_EQ(open(&gralloc->common, &fb), 0);
-        EXPECT_EQ(fb->width, 1920u);
-        EXPECT_EQ(fb->format, HAL_PIXEL_FORMAT_RGBA_8888);
-        EXPECT_EQ(fb->post(fb, nullptr), 0);
-        EXPECT_EQ(framebuffer_style_close(fb), 0);
-    }
-
-    android_ycbcr ycbcr{};
-    EXPECT_EQ(gralloc->lock_ycbcr(gralloc, nullptr, 0, 0, 0, 32, 16, &ycbcr), 0);
-    EXPECT_EQ(ycbcr.ystride, 32u);
-    EXPECT_EQ(ycbcr.chroma_step, 2u);
-
-    hw_device_t* other = nullptr;
-    EXPECT_EQ(gralloc->common.methods->open(&gralloc->common, "fb1", &other), -EINVAL);
 }
 
 }  // namespace
