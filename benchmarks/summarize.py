@@ -8,6 +8,8 @@ for, its value and unit, and the spread across repetitions (coefficient of
 variation of the real time). When a run has repetitions the medians are used.
 What a row shows follows from the counters the benchmark reports:
   wrapper_ns, direct_ns, ratio  an accessor against a direct call
+  present_ns, absent_ns         a metadata find of present against absent tags
+  find_ns, search_call_ns, ...  a metadata find against the same search called / inlined
   median_us, p99_us (max_us)    a latency distribution (with floor_<figure>_us
                                 and the <figure>_x_floor ratios when it has a floor)
   <what>_per_second             a rate, in <what>/s
@@ -99,6 +101,13 @@ def row_for(program, r, spread):
     if "ratio" in r:
         value = f"{number(r['wrapper_ns'])} vs {number(r['direct_ns'])} (×{r['ratio']:.2f})"
         return [name, "exported wrapper vs non-inlined direct call", value, "ns per call", spread]
+    if "absent_vs_present" in r:
+        value = f"{number(r['present_ns'])} / {number(r['absent_ns'])} (absent ×{r['absent_vs_present']:.2f})"
+        return [name, "present / absent tag", value, "ns per find", spread]
+    if "find_vs_call" in r:
+        value = (f"{number(r['find_ns'])} vs {number(r['search_call_ns'])} / {number(r['search_inline_ns'])}"
+                 f" (×{r['find_vs_call']:.2f} / ×{r['find_vs_inline']:.2f})")
+        return [name, "find vs the search called / inlined", value, "ns per find", spread]
     if "median_us" in r:
         figures = ["median", "p99"] + (["max"] if "max_us" in r else [])
         values = " / ".join(number(r[f + "_us"]) for f in figures)
