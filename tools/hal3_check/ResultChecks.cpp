@@ -62,7 +62,7 @@ void ResultChecker::HandleResult(Event& e) {
         Flag(RuleId::kEmptyResult, "process_capture_result called with a null result");
         return;
     }
-    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, e.frame, "result after ERROR_DEVICE");
+    if (m_errorDeviceNotified) Flag(RuleId::kAfterErrorDevice, e.frame, "result after ERROR_DEVICE");
     auto done = m_done.find(e.frame);
     if (done != m_done.end() && done->second == Ended::kByErrorRequest && !Empty(e.metadata.get())) {
         Flag(RuleId::kErrorRequestMetadata, e.frame, "result metadata after ERROR_REQUEST");
@@ -237,7 +237,7 @@ void ResultChecker::WaitReleaseFence(uint32_t frame, int fence) {
 }
 
 void ResultChecker::HandleNotify(const camera3_notify_msg_t& msg) {
-    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, "notify after ERROR_DEVICE");
+    if (m_errorDeviceNotified) Flag(RuleId::kAfterErrorDevice, "notify after ERROR_DEVICE");
     if (msg.type == CAMERA3_MSG_SHUTTER)
         HandleShutter(msg.message.shutter);
     else if (msg.type == CAMERA3_MSG_ERROR)
@@ -286,7 +286,7 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
         Flag(RuleId::kErrorStream, frame, "error " + std::to_string(err.error_code) + " names a stream");
     if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
         Flag(RuleId::kErrorDevice, "the device reported ERROR_DEVICE");
-        m_deviceError = true;
+        m_deviceError = m_errorDeviceNotified = true;
         return;
     }
     if (err.error_code == CAMERA3_MSG_ERROR_BUFFER && !m_inFlight.count(frame)) {
