@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char kBegin[] = "<!-- rules table: generated from Rules.cpp -->\n";
+const char kBegin[] = "<!-- rules table: generated from Rules.def -->\n";
 const char kEnd[] = "<!-- end of rules table -->\n";
 
 std::string ReadFile(const fs::path& path) {
