@@ -124,7 +124,9 @@ void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
         }
         if (!entry.keys.insert(tag).second)
             Flag(RuleId::kPartialKeyOnce, e.frame, TagName(tag) + " in two partial results");
-        if (!m_limits.resultKeys.empty() && !m_limits.resultKeys.count(tag) && m_unlistedKeys.insert(tag).second)
+        // CTS holds the platform's keys to the list; vendor keys are the module's business.
+        if (tag < uint32_t(VENDOR_SECTION_START) && !m_limits.resultKeys.empty() && !m_limits.resultKeys.count(tag) &&
+            m_unlistedKeys.insert(tag).second)
             Flag(RuleId::kResultKeysListed, e.frame, TagName(tag) + " is not in android.request.availableResultKeys");
     }
     int64_t sensorNs = GetI64(e.metadata.get(), ANDROID_SENSOR_TIMESTAMP, -1);
