@@ -291,14 +291,20 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
         m_deviceError = m_errorDeviceNotified = true;
         return;
     }
-    if (err.error_code == CAMERA3_MSG_ERROR_BUFFER && !m_inFlight.count(frame)) {
-        // The service ignores ERROR_BUFFER; it may come after the frame's last piece.
+    if (!m_inFlight.count(frame)) {
         auto done = m_done.find(frame);
-        if (done != m_done.end() && done->second == Ended::kByErrorRequest)
-            Flag(RuleId::kErrorRequestExclusive, frame, "ERROR_BUFFER for an ERROR_REQUEST frame");
-        auto late = m_unnotified.find(frame);
-        if (late != m_unnotified.end()) late->second.erase(err.error_stream);
-        return;
+        if (done != m_done.end() && done->second == Ended::kByErrorRequest &&
+            err.error_code != CAMERA3_MSG_ERROR_REQUEST) {
+            Flag(RuleId::kErrorRequestExclusive, frame,
+                 "error " + std::to_string(err.error_code) + " for an ERROR_REQUEST frame");
+            return;
+        }
+        if (err.error_code == CAMERA3_MSG_ERROR_BUFFER) {
+            // The service ignores ERROR_BUFFER; it may come after the frame's last piece.
+            auto late = m_unnotified.find(frame);
+            if (late != m_unnotified.end()) late->second.erase(err.error_stream);
+            return;
+        }
     }
     Entry* entry = Lookup(frame, "error notify");
     if (entry == nullptr) return;
