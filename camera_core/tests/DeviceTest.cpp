@@ -58,25 +58,25 @@ protected:
         camera_info info{};
         ASSERT_EQ(module.Info(0, &info), 0);
         m_checker = std::make_unique<hal3_check::ResultChecker>(
-            hal3_check::LimitsOf(info.static_camera_characteristics, kStallNs), nullptr);
-        hal3_check::DeviceConnector::SetFindingSink([this](const std::string& finding) { m_checker->Fail(finding); });
+            hal3_check::LimitsOf(info.static_camera_characteristics, kStallNs), m_findings, nullptr);
+        hal3_check::FindingSink::SetCurrent(&m_findings);  // the device's entry points report there
         m_device->Attach(m_checker.get());
         ASSERT_EQ(m_device->Open(module, "0"), 0);
         ASSERT_EQ(m_device->Initialize(), 0);
-        std::vector<std::string> failures;
+        std::vector<hal3_check::Finding> failures;
         ASSERT_EQ(m_streams.Configure(
                       {{zelkov::GET_HAL_PIXEL_FORMAT_YCBCR_420_888(), kWidth, kHeight, hal3_check::kUsageSwReadOften}},
                       0, &failures),
                   0);
-        EXPECT_EQ(failures, std::vector<std::string>());
-        m_checker->SetInspector([this](uint32_t frame, const hal3_check::ReturnedBuffer& buffer) {
-            {
-                std::lock_guard<std::mutex> hold(m_lock);
-                m_releaseFences[frame] = buffer.releaseFence;
-            }
-            m_streams.pool(0).Release(buffer.handle);
-            return std::string();
-        });
+        for (const hal3_check::Finding& failure : failures) m_findings.Add(failure);
+        m_checker->SetInspector(
+            [this](uint32_t frame, const hal3_check::ReturnedBuffer& buffer, hal3_check::FindingSink&) {
+                {
+                    std::lock_guard<std::mutex> hold(m_lock);
+                    m_releaseFences[frame] = buffer.releaseFence;
+                }
+                m_streams.pool(0).Release(buffer.handle);
+            });
         m_preview = m_device->DefaultSettings(CAMERA3_TEMPLATE_PREVIEW);
         ASSERT_NE(m_preview, nullptr);
     }
@@ -87,9 +87,8 @@ protected:
         }
         m_checker->Sync();
         EXPECT_EQ(m_checker->InFlight(), 0u) << "frames not back after close";
-        for (const std::string& finding : m_checker->TakeFailures()) ADD_FAILURE() << finding;
         EXPECT_EQ(m_device->lateCallbacks(), 0);
-        hal3_check::DeviceConnector::SetFindingSink(nullptr);
+        hal3_check::FindingSink::SetCurrent(nullptr);
     }
 
     // A request for `frame` with `buffers` buffers of the stream, the first
@@ -140,6 +139,9 @@ protected:
         return m_releaseFences.count(frame) != 0 ? m_releaseFences[frame] : -2;
     }
 
+    // Each finding of a "must" rule fails the test.
+    hal3_check::FindingSink m_findings{
+        {nullptr, [](const hal3_check::Finding& finding, bool) { ADD_FAILURE() << hal3_check::Text(finding); }}};
     hal3_check::DeviceConnector* const m_device = hal3_check::DeviceConnector::Make();
     std::unique_ptr<hal3_check::ResultChecker> m_checker;
     hal3_check::StreamFixture m_streams{m_device};

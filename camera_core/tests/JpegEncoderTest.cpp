@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include <jpeglib.h>
@@ -32,7 +33,9 @@ TEST(JpegEncoderTest, TheBlobIsAJpegOfThePictureWithTheTrailerAtTheBufferEnd) {
     ASSERT_TRUE(JpegEncoder::EncodeToBlob(picture.view, 90, blob.data(), blob.size()));
     // As a framework reads it: the trailer's size counts a JPEG that decodes to the picture's size.
     std::vector<uint8_t> jpeg;
-    EXPECT_EQ(hal3_check::CheckJpegBlob(blob, 320, 240, &jpeg), "");
+    const std::optional<hal3_check::Finding> failure = hal3_check::CheckJpegBlob(blob, 320, 240, &jpeg);
+    EXPECT_FALSE(failure) << hal3_check::Text(*failure);
+    ASSERT_FALSE(jpeg.empty());
     EXPECT_EQ(jpeg.back(), 0xd9) << "the size leaves out the end of image";
 
     // Too small a buffer is refused rather than overrun.
