@@ -82,6 +82,7 @@ protected:
     }
 
     void TearDown() override {
+        if (!m_checker) return;  // the module did not load
         if (m_device->device() != nullptr) {
             EXPECT_EQ(m_device->Close(), 0);
         }
@@ -98,7 +99,10 @@ protected:
         std::vector<camera3_stream_buffer_t> list;
         for (size_t i = 0; i < buffers; ++i) {
             buffer_handle_t* handle = m_streams.pool(0).Acquire(kStallNs);
-            if (handle == nullptr) return -ETIMEDOUT;
+            if (handle == nullptr) {
+                for (const camera3_stream_buffer_t& buffer : list) m_streams.pool(0).Release(buffer.buffer);
+                return -ETIMEDOUT;
+            }
             list.push_back({m_streams.stream(0), handle, CAMERA3_BUFFER_STATUS_OK, i == 0 ? fence : -1, -1});
         }
         camera3_capture_request_t request{};
@@ -134,6 +138,7 @@ protected:
         return frames;
     }
 
+    // The release fence of the frame's first buffer, or -2 before it came back.
     int ReleaseFence(uint32_t frame) {
         std::lock_guard<std::mutex> hold(m_lock);
         return m_releaseFences.count(frame) != 0 ? m_releaseFences[frame] : -2;
