@@ -24,14 +24,14 @@ void FaultyCallbacks::Shutter(uint32_t frameNumber, int64_t timestampNs) {
         }
     }
     m_framework->Shutter(frameNumber, timestampNs);
-    // The results that follow the shutter come all the same.
+    // The result announced lost; the pipeline sends its metadata all the same.
     if (m_faults.At(Fault::kErrorResultBad, frameNumber))
         m_framework->Error(frameNumber, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_RESULT());
 }
 
 void FaultyCallbacks::Error(uint32_t frameNumber, camera3_stream* stream, int code) {
-    const bool bufferError = code == zelkov::GET_CAMERA3_MSG_ERROR_BUFFER();
-    if (bufferError && m_faults.At(Fault::kErrorBufferBad, frameNumber)) return;
+    // The pipeline's buffer in error stays, its notify goes.
+    if (code == zelkov::GET_CAMERA3_MSG_ERROR_BUFFER() && m_faults.At(Fault::kErrorBufferBad, frameNumber)) return;
     m_framework->Error(frameNumber, stream, code);
     if (code == zelkov::GET_CAMERA3_MSG_ERROR_REQUEST() && m_faults.At(Fault::kErrorRequestBad, frameNumber))
         m_framework->Result(frameNumber, m_unwantedResult.Get(), m_partialCount, {});
@@ -40,6 +40,7 @@ void FaultyCallbacks::Error(uint32_t frameNumber, camera3_stream* stream, int co
 void FaultyCallbacks::Result(uint32_t frameNumber, const camera_metadata* metadata, uint32_t partial,
                              const std::vector<ZelCamera3StreamBuffer*>& buffers) {
     if (metadata != nullptr && partial == m_partialCount && m_faults.At(Fault::kBadPartial, frameNumber)) ++partial;
+    // The frame's first buffer never comes back, or comes back twice.
     const bool drop = !buffers.empty() && m_faults.At(Fault::kDropBuffer, frameNumber);
     const std::vector<ZelCamera3StreamBuffer*> kept(buffers.begin() + (drop ? 1 : 0), buffers.end());
     if (metadata != nullptr || !kept.empty()) m_framework->Result(frameNumber, metadata, partial, kept);
