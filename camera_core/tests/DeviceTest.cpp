@@ -58,7 +58,8 @@ protected:
         camera_info info{};
         ASSERT_EQ(module.Info(0, &info), 0);
         m_checker = std::make_unique<hal3_check::ResultChecker>(
-            hal3_check::LimitsOf(info.static_camera_characteristics, kStallNs), m_findings, nullptr);
+            hal3_check::LimitsOf(hal3_check::StaticInfo(info.static_camera_characteristics), kStallNs), m_findings,
+            nullptr);
         hal3_check::FindingSink::SetCurrent(&m_findings);  // the device's entry points report there
         m_device->Attach(m_checker.get());
         ASSERT_EQ(m_device->Open(module, "0"), 0);
