@@ -23,7 +23,7 @@ std::deque<std::unique_ptr<DeviceConnector>>& All() {
 
 // How long after close a callback is still watched for: a lagging module
 // thread is caught, a scenario is not held up for long.
-constexpr int64_t kLateWindowMinNs = 500000000;
+constexpr int64_t kLateWindowMinNs = 300000000;
 constexpr int kLateWindowFrames = 8;
 
 }  // namespace

@@ -8,6 +8,8 @@
 #   FILTER  the scenarios (default: the preview scenario)
 #   STALL_MS, RUN_TIMEOUT  the checker's stall time and the run's bound (s)
 #   CALL    the HAL call the finding must name
+#   EMULATOR  what runs EXE on another architecture (qemu-arm and its
+#             arguments, joined by "|"), or empty
 # A finished run's closing line starts a line of its own: the module's output
 # comes labelled "module: ", so a module printing one does not count.
 if(DEFINED FAULT)
@@ -27,7 +29,8 @@ foreach(default FILTER=Camera/Preview.* STALL_MS=1000 RUN_TIMEOUT=50)
   endif()
 endforeach()
 file(REMOVE ${OUT}/junit.xml)
-execute_process(COMMAND ${EXE} ${module} --out=${OUT} --frames=12 --stall-ms=${STALL_MS} --gtest_filter=${FILTER}
+string(REPLACE "|" ";" emulator "${EMULATOR}")
+execute_process(COMMAND ${emulator} ${EXE} ${module} --out=${OUT} --frames=12 --stall-ms=${STALL_MS} --gtest_filter=${FILTER}
                         --gtest_output=xml:${OUT}/junit.xml
                 RESULT_VARIABLE rc OUTPUT_VARIABLE output ERROR_VARIABLE errors TIMEOUT ${RUN_TIMEOUT})
 message("${output}${errors}")
