@@ -349,9 +349,9 @@ ChildEnd Watch(Child& child) {
     if (end.signal != 0 && p.crashThread != 0) {
         end.thread = p.crashThread == p.scenarioThread
                          ? "on the scenario's thread"
-                         : "on another thread (tid " + std::to_string(p.crashThread) + ", \"" +
+                         : "on thread " +
                                std::string(p.crashThreadName, strnlen(p.crashThreadName, sizeof p.crashThreadName)) +
-                               "\")";
+                               " (tid " + std::to_string(p.crashThread) + "), not the scenario's";
         end.frame.assign(p.crashFrame, strnlen(p.crashFrame, sizeof p.crashFrame));
     }
     if (end.signal == 0 && WIFSIGNALED(status)) end.signal = WTERMSIG(status);
@@ -366,7 +366,10 @@ ChildEnd Watch(Child& child) {
 [[noreturn]] void EndChild() {
     std::vector<Finding> after = DeviceConnector::UncountedLateCallbacks();
     for (auto& f : TakeUnsunkFindings()) after.push_back(std::move(f));
-    for (const auto& f : after) Record("F" + Encode(f));
+    for (const auto& f : after) {
+        Report::Get().Trace((LevelOf(f) == Level::kMust ? "FAIL " : "WARN ") + Text(f));
+        Record("F" + Encode(f));
+    }
     Page().finished.store(1);
     fflush(nullptr);
     _exit(0);
@@ -426,9 +429,7 @@ public:
         }
         ChildEnd end = Watch(child);
         g_verdict.End(Replay(end, test));
-        m_markingElsewhere = true;
         RanElsewhere();
-        m_markingElsewhere = false;
     }
 
     void OnTestPartResult(const ::testing::TestPartResult& part) override {
@@ -496,7 +497,6 @@ private:
 
     std::unique_ptr<::testing::TestEventListener> m_printer;
     bool m_child = false;  // in a scenario's process
-    bool m_markingElsewhere = false;
 };
 
 }  // namespace

@@ -19,12 +19,14 @@
 //   close_fds      initialize closes every descriptor from 3 to 1023
 //   spoof_output   prints the checker's "[rule ...]" and summary lines on stdout
 //   slow_initialize initialize takes 50 ms
+//   crash_worker   the worker thread ("plain-worker") dies of SIGSEGV
 #include <hardware/camera3.h>
 #include <system/camera_metadata.h>
 #include <ui/GraphicBufferMapper.h>
 
 #include <jpeglib.h>
 
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -277,7 +279,10 @@ private:
             for (int fd = 3; fd < 1024; ++fd) close(fd);
         if (m_rogue == "slow_initialize") std::this_thread::sleep_for(std::chrono::milliseconds(50));
         m_callbacks = callbacks;
-        m_worker = std::thread([this] { Work(); });
+        m_worker = std::thread([this] {
+            pthread_setname_np(pthread_self(), "plain-worker");
+            Work();
+        });
         return 0;
     }
 
@@ -399,6 +404,7 @@ private:
 
     // Buffers first, then the one partial, then the shutter: all legal from API 3.2 on.
     void Deliver(Request& r, uint64_t timestampNs) {
+        if (m_rogue == "crash_worker" && r.frame == kRogueFrame) Crash();
         for (auto& b : r.buffers) {
             if (b.stream->format == kBlob)
                 DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
