@@ -15,6 +15,7 @@
 //   huge_count     get_number_of_cameras says 2^30
 //   crash_bad_id   open of an id other than "0" dies of SIGSEGV
 //   garbage_static get_camera_info's static metadata points at unreadable memory
+//   lying_static   its header gives a size that runs past readable memory
 //   late_thread    a detached thread calls back 200 ms after close returned
 //   close_fds      initialize closes every descriptor from 3 to 1023
 //   spoof_output   prints the checker's "[rule ...]" and summary lines on stdout
@@ -165,6 +166,19 @@ Metadata Characteristics() {
 const camera_metadata_t* StaticInfo() {
     static Metadata m = Characteristics();
     return m.get();
+}
+
+// The first half of the static metadata, ending where an unreadable page
+// begins: its header still gives the whole size.
+const camera_metadata_t* CutShortStaticInfo() {
+    const size_t page = size_t(sysconf(_SC_PAGESIZE)), size = get_camera_metadata_size(StaticInfo());
+    const size_t shown = std::min(size / 2, page) & ~size_t(7);
+    void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) return nullptr;
+    uint8_t* end = static_cast<uint8_t*>(pages) + page;
+    mprotect(end, page, PROT_NONE);
+    memcpy(end - shown, StaticInfo(), shown);
+    return reinterpret_cast<const camera_metadata_t*>(end - shown);
 }
 
 // Luma of the picture: a dark top row over a horizontal ramp.
@@ -497,6 +511,10 @@ int CameraInfo(int id, camera_info* info) {
     info->orientation = 90;
     info->device_version = CAMERA_DEVICE_API_VERSION_3_5;
     info->static_camera_characteristics = StaticInfo();
+    if (Rogue() == "lying_static") {
+        static const camera_metadata_t* cutShort = CutShortStaticInfo();
+        info->static_camera_characteristics = cutShort;
+    }
     if (Rogue() == "garbage_static") {
         static void* unreadable = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         info->static_camera_characteristics = static_cast<const camera_metadata_t*>(unreadable);
