@@ -135,7 +135,7 @@ SensorListener::~SensorListener() {
     // Readers still inside GetSensorData (waiting, or woken by the stop and
     // not yet back on the lock) finish before the members go away.
     std::unique_lock<std::mutex> lock(m_data_lock);
-    notifyWaitersLocked();
+    m_data_cond.NotifyLocked();
     m_readers_gone.wait(lock, [this] { return m_readers.load() == 0; });
 }
 
@@ -203,7 +203,7 @@ bool SensorListener::initSensor(int type, int samplingPeriodUs) {
     if (!isSupportedType(type)) {
         ZEL_LOGE("Sensor Listener doesn't support the sensor type!(%d)", type);
         std::lock_guard<std::mutex> lock(m_data_lock);
-        notifyWaitersLocked();
+        m_data_cond.NotifyLocked();
         return false;
     }
     g_enabledSensorMask |= type;
@@ -321,7 +321,7 @@ void SensorListener::endLoop() {
     {
         // Only after the join: every pass takes this lock.
         std::lock_guard<std::mutex> lock(m_data_lock);
-        notifyWaitersLocked();  // a waiting query sees the loop gone
+        m_data_cond.NotifyLocked();  // a waiting query sees the loop gone
     }
     ALooper_release_forCamera(m_looper);
     m_loop_running = false;
@@ -343,10 +343,11 @@ bool SensorListener::sensorLooperThread() {
             const int64_t now = events[i].type == ASENSOR_TYPE_GYROSCOPE ? bootTimeNs() : 0;
             // Per event, so a waiting reader can take over inside a batch.
             std::lock_guard<std::mutex> store(m_data_lock);
-            uint32_t bit = storeEventLocked(events[i], now);
+            uint32_t bit =
+                StoreSensorEvent(events[i], now, (m_options & 2) != 0, m_hrm_sensor_type, m_sensor_data, m_extra_data);
             if (bit == 0) continue;
             m_new_data = true;
-            notifyWaitersLocked();
+            m_data_cond.NotifyLocked();
             m_valid_mask |= bit;
         }
     }
@@ -357,63 +358,68 @@ bool SensorListener::sensorLooperThread() {
     return true;
 }
 
-void SensorListener::notifyWaitersLocked() {
-    ++m_notify_seq;
-    if (m_waiting > 0) m_data_cond.notify_all();
-}
-
-uint32_t SensorListener::storeEventLocked(const ASensorEvent& event, int64_t now) {
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, bool latencyStatistics, int hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats) {
     const float* data = event.data;
     switch (event.type) {
         case ASENSOR_TYPE_ACCELEROMETER:
-            m_sensor_data.accel = {data[0], data[1], data[2]};
+            store.accel = {data[0], data[1], data[2]};
             return SENSOR_LISTENER_ACCELEROMETER;
         case ASENSOR_TYPE_GYROSCOPE:
-            if ((m_options & 2) != 0) recordLatencyLocked(now, event.timestamp);
-            m_sensor_data.gyro = {data[0], data[1], data[2], event.timestamp};
+            // Timestamps come from the platform unchecked: the difference wraps in
+            // two's complement rather than overflow.
+            if (latencyStatistics && now != 0) stats.Record(wrappingSub(now, event.timestamp));
+            store.gyro = {data[0], data[1], data[2], event.timestamp};
             return SENSOR_LISTENER_GYROSCOPE;
-        case ASENSOR_TYPE_LIGHT: m_sensor_data.light = data[0]; return SENSOR_LISTENER_LIGHT;
+        case ASENSOR_TYPE_LIGHT: store.light = data[0]; return SENSOR_LISTENER_LIGHT;
         case kPlatformDeviceOrientation:
             // Written so that NaN fails too.
             if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
-            m_sensor_data.orientation = static_cast<uint32_t>(data[0]);
+            store.orientation = static_cast<uint32_t>(data[0]);
             return SENSOR_LISTENER_DEVICE_ORIENTATION;
         case ASENSOR_TYPE_ROTATION_VECTOR:
-            m_sensor_data.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
+            store.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
             return SENSOR_LISTENER_ROTATION_VECTOR;
         case kPlatformAlc:
             if (data[0] == -1.0f || data[0] == -2.0f) {
-                memcpy(&m_sensor_data.alc.status, &data[1], sizeof(m_sensor_data.alc.status));
+                memcpy(&store.alc.status, &data[1], sizeof(store.alc.status));
             } else {
-                m_sensor_data.alc.value = data[0];
-                if (m_hrm_sensor_type == kRearLightOnly) {
-                    memcpy(m_sensor_data.alc.extra, &data[1], sizeof(m_sensor_data.alc.extra));
+                store.alc.value = data[0];
+                if (hrmSensorType == kRearLightOnly) {
+                    memcpy(store.alc.extra, &data[1], sizeof(store.alc.extra));
                 }
             }
             return SENSOR_LISTENER_ALC;
         case kPlatformVendor1002A:
-            memcpy(m_sensor_data.vendor_1002a.values, data, sizeof(m_sensor_data.vendor_1002a.values));
+            memcpy(store.vendor_1002a.values, data, sizeof(store.vendor_1002a.values));
             return SENSOR_LISTENER_VENDOR_1002A;
-        case kPlatformVendor1002F: m_sensor_data.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
+        case kPlatformVendor1002F: store.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
         default: return 0;
     }
 }
 
-void SensorListener::recordLatencyLocked(int64_t now, int64_t timestamp) {
-    if (now == 0) return;  // no clock reading
-    // Timestamps come from the platform unchecked: the differences and the sum
-    // wrap in two's complement rather than overflow.
-    int64_t latency = wrappingSub(now, timestamp);
-    SensorListenerExtraDataInternal& stats = m_extra_data;
-    stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
-    if (stats.latency_count < SensorListenerExtraDataInternal::kMaxLatencies) {
-        stats.latencies[stats.latency_count++] = latency;
+void SensorListenerExtraDataInternal::Record(int64_t latency) {
+    // The sum wraps like the latencies it adds up.
+    latency_sum = wrappingAdd(latency_sum, latency);
+    if (latency_count < kMaxLatencies) {
+        latencies[latency_count++] = latency;
         return;
     }
-    // Full: the newest takes the oldest's place.
-    stats.latency_sum = wrappingSub(stats.latency_sum, stats.latencies[stats.oldest]);
-    stats.latencies[stats.oldest] = latency;
-    stats.oldest = (stats.oldest + 1) % SensorListenerExtraDataInternal::kMaxLatencies;
+    latency_sum = wrappingSub(latency_sum, latencies[oldest]);
+    latencies[oldest] = latency;
+    oldest = (oldest + 1) % kMaxLatencies;
+}
+
+void SampleSignal::NotifyLocked() {
+    ++m_notify_seq;
+    if (m_waiting > 0) m_cond.notify_all();
+}
+
+void SampleSignal::WaitLocked(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout) {
+    const uint64_t seen = m_notify_seq;
+    ++m_waiting;
+    m_cond.wait_for(lock, timeout, [&] { return m_notify_seq != seen; });
+    --m_waiting;
 }
 
 // ---- Query ----
@@ -430,32 +436,30 @@ int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wai
 
 int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
                                std::unique_lock<std::mutex>& lock) {
+    // Checked under the store's lock, where a stop notifies the waiting
+    // queries: a query that finds its type on is waiting before that
+    // notification comes. Messages go out without the lock, which the looper
+    // needs for every sample.
+    lock.lock();
     if ((g_enabledSensorMask.load() & type) == 0) {
+        lock.unlock();
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 543, "Sensor(%d) is not enabled yet!", type);
         return -EINVAL;
     }
     if ((m_valid_mask.load() & static_cast<uint32_t>(type)) == 0) {
+        lock.unlock();
         SENSOR_LOG_AT(16, ZEL_DEBUG_LEVEL_TRACE, "GetSensorData", 550, "Sensor(%d) valid data is not coming yet!",
                       type);
         return -EAGAIN;
     }
     if (!isSupportedType(type)) {
+        lock.unlock();
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 724,
                       "Sensor Listener doesn't support the sensor type!(%d)", type);
         return -EINVAL;
     }
-    // The copy is made under the store's lock, so it never mixes two samples.
-    lock.lock();
-    // Checked again under the lock: a stop that cleared the mask and notified
-    // before this reader got here would otherwise leave it waiting 2 s.
-    if (wait && !m_new_data && (g_enabledSensorMask.load() & type) != 0) {
-        // One notification or 2 s on the steady clock, whichever comes first;
-        // a spurious wake-up leaves the sequence where it was and waits on.
-        const uint64_t seen = m_notify_seq;
-        ++m_waiting;
-        m_data_cond.wait_for(lock, std::chrono::seconds(2), [&] { return m_notify_seq != seen; });
-        --m_waiting;
-    }
+    // One notification or 2 s on the steady clock, whichever comes first.
+    if (wait && !m_new_data) m_data_cond.WaitLocked(lock, std::chrono::seconds(2));
     const SensorListenerEvent& store = m_sensor_data;
     switch (type) {
         case SENSOR_LISTENER_ACCELEROMETER: event->accel = store.accel; break;
@@ -482,37 +486,44 @@ int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, 
 
 // ---- Light sensor chip identification ----
 
-int SensorListener::getAlcStatus() {
+int AlcStatusOf(const char* hrmName, bool rearLightPresent) {
     int code = kUnknownHrmChip;
-    FILE* hrm = fopen(kHrmNamePath, "r");
-    if (hrm != nullptr) {
-        char name[24];
-        memset(name, 0, sizeof(name));
-        if (fgets(name, sizeof(name), hrm) == nullptr) {
-            SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 850, "ERR:failed to read hrm alc sensor's name");
-        } else {
-            // The last character read (normally the newline) is left out.
-            size_t length = strlen(name) - 1;
-            for (const HrmChip& chip : kHrmChips) {
-                if (strncmp(name, chip.name, length) == 0) {
-                    code = chip.code;
-                    break;
-                }
-            }
-        }
-        fclose(hrm);
-    } else {
+    if (hrmName == nullptr) {
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 832, "ERR:failed to open hrm alc sensor's name");
-        FILE* rearLight = fopen(kRearLightNamePath, "r");
-        if (rearLight != nullptr) {
-            fclose(rearLight);
+        if (rearLightPresent) {
             code = kRearLightOnly;
         } else {
             SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 838, "ERR:failed to open als rear sensor's name");
         }
+    } else if (hrmName[0] == '\0') {
+        SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 850, "ERR:failed to read hrm alc sensor's name");
+    } else {
+        // The last character read (normally the newline) is left out.
+        const size_t length = strlen(hrmName) - 1;
+        for (const HrmChip& chip : kHrmChips) {
+            if (strncmp(hrmName, chip.name, length) == 0) {
+                code = chip.code;
+                break;
+            }
+        }
     }
     SENSOR_LOG_AT(16, ZEL_DEBUG_LEVEL_TRACE, "getAlcStatus", 897, "HRM sensor type: %d", code);
     return code;
+}
+
+int SensorListener::getAlcStatus() {
+    FILE* hrm = fopen(kHrmNamePath, "r");
+    if (hrm == nullptr) {
+        // The rear light sensor's file is only looked for, never read.
+        FILE* rearLight = fopen(kRearLightNamePath, "r");
+        if (rearLight != nullptr) fclose(rearLight);
+        return AlcStatusOf(nullptr, rearLight != nullptr);
+    }
+    char name[24];
+    memset(name, 0, sizeof(name));
+    const bool read = fgets(name, sizeof(name), hrm) != nullptr;
+    fclose(hrm);
+    return AlcStatusOf(read ? name : "", false);
 }
 
 // ---- Loader ----

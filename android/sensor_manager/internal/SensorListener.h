@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -28,13 +29,41 @@ struct SensorListenerExtraDataInternal {
     int64_t latencies[kMaxLatencies] = {};
     int64_t oldest = 0;  // index of the oldest entry once the ring is full
 
+    // Adds one latency; once the ring is full it takes the oldest one's place.
+    void Record(int64_t latency);
     // The i-th latency counted from the oldest, for i below latency_count.
     int64_t At(int64_t i) const { return latencies[(oldest + i) % kMaxLatencies]; }
+};
+
+// Wakes the queries that wait for a sample. A wait ends at the first
+// notification given after it began, or at its time-out; a spurious wake-up
+// of the condition does not end it. Used with the store's lock held.
+struct SampleSignal {
+    void NotifyLocked();
+    void WaitLocked(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout);
+
+    std::condition_variable m_cond;
+    int m_waiting = 0;          // waits in progress
+    uint64_t m_notify_seq = 0;  // advanced by every notification
 };
 
 // The platform sensor type of a SensorListenerType bit; 0 (with a message)
 // for an unsupported value.
 int sensorMatching(int type);
+
+// Stores one platform event into `store` as the looper does and returns the
+// type bit it filled, 0 for an event that is dropped. A gyroscope event adds
+// its delivery latency (`now` minus its timestamp; none when `now` is 0) to
+// `stats` when `latencyStatistics` is on; a type-16 event keeps its six extra
+// values only when `hrmSensorType` is 1000 (a rear light sensor).
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, bool latencyStatistics, int hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats);
+
+// The HRM sensor type code for what sysfs holds: `hrmName` is the line read
+// from the HRM chip's name file ("" when none could be read, null when the
+// file does not open); `rearLightPresent` tells whether the rear light
+// sensor's name file opens. Logs what getAlcStatus logs.
+int AlcStatusOf(const char* hrmName, bool rearLightPresent);
 
 class SensorListener : public android::RefBase, public ISensorListener {
 public:
@@ -53,8 +82,6 @@ public:
     bool sensorLooperThread();
 
 private:
-    friend struct SensorListenerTestPeer;
-
     // Runs sensorLooperThread until asked to exit.
     class SensorListenerThread : public android::Thread {
     public:
@@ -80,13 +107,6 @@ private:
     // Fetches the platform list again, keeping the previous one for the log.
     void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
-    // Stores one event under m_data_lock; returns the type bit it filled, 0 if dropped.
-    uint32_t storeEventLocked(const ASensorEvent& event, int64_t now);
-    // Ends every wait in progress: a sample was stored, or the control side
-    // wants the readers to look again. Called with m_data_lock held.
-    void notifyWaitersLocked();
-    // `now` is read before the store's lock is taken: 0 when the clock failed.
-    void recordLatencyLocked(int64_t now, int64_t timestamp);
     // The body of GetSensorData, run while the call is counted in m_readers;
     // `lock` (of m_data_lock) may be left held.
     int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
@@ -97,9 +117,9 @@ private:
     SensorListenerExtraDataInternal m_extra_data;
     int32_t m_options = 1;
     std::mutex m_data_lock;
-    std::condition_variable m_data_cond;
-    int m_waiting = 0;          // queries waiting on m_data_cond
-    uint64_t m_notify_seq = 0;  // advanced by every notification; a wait ends only when it moves
+    // Notified when a sample is stored, or when the control side wants the
+    // waiting queries to look again.
+    SampleSignal m_data_cond;
     bool m_new_data = false;
     // Calls inside GetSensorData; the destructor waits until none is left, so
     // a reader still on its way out never touches a freed listener.
