@@ -84,39 +84,29 @@ TEST_F(QueryTest, WaitingReadEndsAtTheNextSampleTheStopOrTheTimeOut) {
 
 // The deleting unload waits for readers still inside the call: woken by the
 // stop, they come back to the store's lock after the disable has returned.
-// The readers run at idle priority on the test thread's CPU, so they come
-// back only once the test thread blocks: without the wait, after the delete.
+// Moved to idle priority on this thread's CPU once they wait, they come back
+// only when this thread blocks: without the wait, after the delete.
 TEST_F(QueryTest, UnloadWaitsForReadersStillInsideTheCall) {
     EnableWithSample(SENSOR_LISTENER_LIGHT, MakeSensorEvent(ASENSOR_TYPE_LIGHT, {6.0f}));
-    cpu_set_t everywhere;
+    std::atomic<int> returned{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i) readers.emplace_back([&] { returned += ReadLight(true) == 6.0f ? 1 : 0; });
+    LetReadersWait();
+    cpu_set_t everywhere, one;
     ASSERT_EQ(pthread_getaffinity_np(pthread_self(), sizeof(everywhere), &everywhere), 0);
-    cpu_set_t one;
     CPU_ZERO(&one);
-    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
-        if (CPU_ISSET(cpu, &everywhere)) {
-            CPU_SET(cpu, &one);
-            break;
-        }
+    CPU_SET(sched_getcpu(), &one);
+    const sched_param idle{};
+    for (std::thread& reader : readers) {
+        EXPECT_EQ(pthread_setaffinity_np(reader.native_handle(), sizeof(one), &one), 0);
+        EXPECT_EQ(pthread_setschedparam(reader.native_handle(), SCHED_IDLE, &idle), 0);
     }
     ASSERT_EQ(pthread_setaffinity_np(pthread_self(), sizeof(one), &one), 0);
-    const int kReaders = 4;
-    std::vector<std::thread> readers;
-    std::atomic<int> returned{0};
-    for (int i = 0; i < kReaders; ++i) {
-        readers.emplace_back([&] {
-            sched_param idle{};
-            pthread_setschedparam(pthread_self(), SCHED_IDLE, &idle);
-            SensorListenerEvent event{};
-            if (listener->GetSensorData(SENSOR_LISTENER_LIGHT, &event, true, nullptr) == 0) ++returned;
-        });
-    }
-    LetReadersWait();
     EXPECT_EQ(listener->DisableSensor(SENSOR_LISTENER_LIGHT), 0);
     EXPECT_EQ(UnloadSensorListener(&listener), 0);
-    EXPECT_EQ(listener, nullptr);
     for (std::thread& reader : readers) reader.join();
     EXPECT_EQ(pthread_setaffinity_np(pthread_self(), sizeof(everywhere), &everywhere), 0);
-    EXPECT_EQ(returned.load(), kReaders);
+    EXPECT_EQ(returned.load(), 4);
 }
 
 // A wait ends on a notification only: a spurious wake-up of the condition
