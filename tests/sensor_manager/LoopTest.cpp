@@ -1,5 +1,9 @@
 // The looper thread: one thread for all types, stopped by the last disable,
 // woken out of its poll, and made anew after a stop.
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
 #include "SensorTestSupport.h"
 
 using namespace zelkov;
@@ -42,6 +46,28 @@ TEST_F(LoopTest, DestroyingAListenerWithARunningLoopStopsItFirst) {
     EXPECT_EQ(GetSensorPlatformStats().liveLoopers, 0);
     // The process-wide mask outlives the listener; the next test starts clean.
     g_enabledSensorMask = 0;
+}
+
+// Reads racing with a stream see only whole samples (the stream writes seven
+// equal values), also without the thread sanitizer.
+TEST_F(LoopTest, ReadsWhileSamplesArriveSeeWholeSamples) {
+    listener = LoadSensorListener();
+    EnableWithSample(SENSOR_LISTENER_VENDOR_1002A, MakeSensorEvent(0x1002A, {}));
+    std::atomic<bool> stop{false};
+    std::thread feeder([&] {
+        for (float n = 1; !stop; ++n)
+            zelkov_platform::InjectSensorEvent(MakeSensorEvent(0x1002A, {n, n, n, n, n, n, n}));
+    });
+    int torn = 0;
+    for (int i = 0; i < 100000; ++i) {
+        SensorListenerEvent event{};
+        ASSERT_EQ(listener->GetSensorData(SENSOR_LISTENER_VENDOR_1002A, &event, false, nullptr), 0);
+        const float* values = event.vendor_1002a.values;
+        torn += std::count(values, values + 7, values[0]) != 7 ? 1 : 0;
+    }
+    stop = true;
+    feeder.join();
+    EXPECT_EQ(torn, 0);
 }
 
 }  // namespace
