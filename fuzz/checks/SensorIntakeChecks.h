@@ -1,8 +1,8 @@
 #ifndef ZELKOV_FUZZ_CHECKS_SENSOR_INTAKE_CHECKS_H
 #define ZELKOV_FUZZ_CHECKS_SENSOR_INTAKE_CHECKS_H
 
-// An arbitrary event stream (SensorIntakeInput.h) through the listener's
-// intake, event by event as the looper stores them. The expected store
+// An arbitrary event stream (SensorIntakeInput.h) into the listener's sample
+// store, event by event as the looper puts them. The expected store
 // follows the routing rules; the latency history must hold, for the last 30
 // gyroscope events read with a clock, the clock reading minus the timestamp.
 //
@@ -139,10 +139,10 @@ inline void CheckSensorIntake(const uint8_t* data, size_t size) {
     zelkov_platform::SetLogSink(DiscardLog, nullptr);
     zelkov_platform::SetLogMask(0xFF);
 
-    SensorListenerEvent store{};
-    zelkov::SensorListenerExtraDataInternal stats;
+    zelkov::SampleStore store;
+    store.m_options = statistics ? 2 : 1;
+    store.m_hrm_sensor_type = hrmCode;
     ExpectedStore expected;
-    uint32_t valid = 0;
     size_t index = 0;
     for (size_t at = kSensorIntakeHeaderBytes; at + kSensorIntakeRecordBytes <= size && index < kMaxSensorIntakeRecords;
          at += kSensorIntakeRecordBytes, ++index) {
@@ -154,12 +154,13 @@ inline void CheckSensorIntake(const uint8_t* data, size_t size) {
         event.timestamp = record.timestamp;
         std::memcpy(event.data, record.data, sizeof(record.data));
         const int64_t now = (record.kind & kClockFailsBit) != 0 ? 0 : kClockBase + static_cast<int64_t>(index);
-        valid |= zelkov::StoreSensorEvent(event, now, statistics, hrmCode, store, stats);
+        store.Put(event, now);
         expected.Route(record, now, statistics, hrmCode);
     }
-    ZEL_FUZZ_CHECK(valid == expected.valid);
-    CheckStore(store, expected.store);
-    CheckLatencies(stats, expected);
+    ZEL_FUZZ_CHECK(store.m_valid_mask.load() == expected.valid);
+    ZEL_FUZZ_CHECK(store.m_new_data == (expected.valid != 0));
+    CheckStore(store.m_sensor_data, expected.store);
+    CheckLatencies(store.m_extra_data, expected);
 }
 
 }  // namespace zelkov_fuzz

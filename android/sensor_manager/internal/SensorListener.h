@@ -51,13 +51,29 @@ struct SampleSignal {
 // for an unsupported value.
 int sensorMatching(int type);
 
-// Stores one platform event into `store` as the looper does and returns the
-// type bit it filled, 0 for an event that is dropped. A gyroscope event adds
-// its delivery latency (`now` minus its timestamp; none when `now` is 0) to
-// `stats` when `latencyStatistics` is on; a type-16 event keeps its six extra
-// values only when `hrmSensorType` is 1000 (a rear light sensor).
-uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, bool latencyStatistics, int hrmSensorType,
-                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats);
+// The latest sample of every type, with what the looper keeps beside it.
+// m_data_lock guards every member but itself and m_valid_mask, which is read
+// without it.
+struct SampleStore {
+    // Stores one platform event as the looper does, under m_data_lock, and
+    // returns the type bit it filled, 0 for an event that is dropped. A
+    // gyroscope event adds its delivery latency (`now` minus its timestamp;
+    // none when `now` is 0) while m_options has bit 2; a type-16 event keeps
+    // its six extra values only while m_hrm_sensor_type is 1000 (a rear light
+    // sensor). A stored sample raises m_new_data and wakes the waiting queries.
+    uint32_t Put(const ASensorEvent& event, int64_t now);
+
+    SensorListenerEvent m_sensor_data{};
+    SensorListenerExtraDataInternal m_extra_data;
+    int32_t m_options = 1;
+    std::mutex m_data_lock;
+    // Notified when a sample is stored, or when the control side wants the
+    // waiting queries to look again.
+    SampleSignal m_data_cond;
+    bool m_new_data = false;
+    std::atomic<uint32_t> m_valid_mask{0};  // types that delivered a sample
+    int32_t m_hrm_sensor_type = 0;
+};
 
 // The HRM sensor type code for what sysfs holds: `hrmName` is the line read
 // from the HRM chip's name file ("" when none could be read, null when the
@@ -108,25 +124,16 @@ private:
     void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
     // The body of GetSensorData, run while the call is counted in m_readers;
-    // `lock` (of m_data_lock) may be left held.
+    // `lock` (of the store's m_data_lock) may be left held.
     int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
                    std::unique_lock<std::mutex>& lock);
 
     ASensorEventQueue* m_event_queue = nullptr;
-    SensorListenerEvent m_sensor_data{};
-    SensorListenerExtraDataInternal m_extra_data;
-    int32_t m_options = 1;
-    std::mutex m_data_lock;
-    // Notified when a sample is stored, or when the control side wants the
-    // waiting queries to look again.
-    SampleSignal m_data_cond;
-    bool m_new_data = false;
+    SampleStore m_store;
     // Calls inside GetSensorData; the destructor waits until none is left, so
     // a reader still on its way out never touches a freed listener.
     std::atomic<int> m_readers{0};
     std::condition_variable m_readers_gone;
-    std::atomic<uint32_t> m_valid_mask{0};
-    int32_t m_hrm_sensor_type = 0;
     android::sp<SensorListenerThread> m_thread;
     ASensorList m_sen_list = nullptr;
     ASensorList m_prev_sen_list = nullptr;
