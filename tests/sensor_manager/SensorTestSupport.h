@@ -37,6 +37,15 @@ protected:
     zelkov::ISensorListener* listener = nullptr;
 };
 
+// The same, with `listener` loaded.
+class LoadedSensorTest : public SensorTest {
+protected:
+    void SetUp() override {
+        SensorTest::SetUp();
+        listener = zelkov::LoadSensorListener();
+    }
+};
+
 }  // namespace zelkov_test
 
 #endif
