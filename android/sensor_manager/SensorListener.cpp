@@ -522,8 +522,9 @@ int SensorListener::getAlcStatus() {
     if (hrm == nullptr) {
         // The rear light sensor's file is only looked for, never read.
         FILE* rearLight = fopen(kRearLightNamePath, "r");
-        if (rearLight != nullptr) fclose(rearLight);
-        return AlcStatusOf(nullptr, rearLight != nullptr);
+        const bool rearLightPresent = rearLight != nullptr;
+        if (rearLightPresent) fclose(rearLight);
+        return AlcStatusOf(nullptr, rearLightPresent);
     }
     char name[24];
     memset(name, 0, sizeof(name));
