@@ -92,47 +92,6 @@ constexpr int kUnknownHrmChip = 1;
 constexpr char kHrmNamePath[] = "/sys/class/sensors/hrm_sensor/name";
 constexpr char kRearLightNamePath[] = "/sys/class/sensors/als_rear/name";
 
-// The routing of one event into the store; the type bit it filled, 0 if dropped.
-uint32_t routeEvent(const ASensorEvent& event, int64_t now, bool latencyStatistics, int hrmSensorType,
-                    SensorListenerEvent& store, SensorListenerExtraDataInternal& stats) {
-    const float* data = event.data;
-    switch (event.type) {
-        case ASENSOR_TYPE_ACCELEROMETER:
-            store.accel = {data[0], data[1], data[2]};
-            return SENSOR_LISTENER_ACCELEROMETER;
-        case ASENSOR_TYPE_GYROSCOPE:
-            // Timestamps come from the platform unchecked: the difference wraps in
-            // two's complement rather than overflow.
-            if (latencyStatistics && now != 0) stats.Record(wrappingSub(now, event.timestamp));
-            store.gyro = {data[0], data[1], data[2], event.timestamp};
-            return SENSOR_LISTENER_GYROSCOPE;
-        case ASENSOR_TYPE_LIGHT: store.light = data[0]; return SENSOR_LISTENER_LIGHT;
-        case kPlatformDeviceOrientation:
-            // Written so that NaN fails too.
-            if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
-            store.orientation = static_cast<uint32_t>(data[0]);
-            return SENSOR_LISTENER_DEVICE_ORIENTATION;
-        case ASENSOR_TYPE_ROTATION_VECTOR:
-            store.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
-            return SENSOR_LISTENER_ROTATION_VECTOR;
-        case kPlatformAlc:
-            if (data[0] == -1.0f || data[0] == -2.0f) {
-                memcpy(&store.alc.status, &data[1], sizeof(store.alc.status));
-            } else {
-                store.alc.value = data[0];
-                if (hrmSensorType == kRearLightOnly) {
-                    memcpy(store.alc.extra, &data[1], sizeof(store.alc.extra));
-                }
-            }
-            return SENSOR_LISTENER_ALC;
-        case kPlatformVendor1002A:
-            memcpy(store.vendor_1002a.values, data, sizeof(store.vendor_1002a.values));
-            return SENSOR_LISTENER_VENDOR_1002A;
-        case kPlatformVendor1002F: store.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
-        default: return 0;
-    }
-}
-
 }  // namespace
 
 int sensorMatching(int type) {
@@ -175,8 +134,8 @@ SensorListener::~SensorListener() {
     m_thread = nullptr;
     // Readers still inside GetSensorData (waiting, or woken by the stop and
     // not yet back on the lock) finish before the members go away.
-    std::unique_lock<std::mutex> lock(m_store.m_data_lock);
-    m_store.m_data_cond.NotifyLocked();
+    std::unique_lock<std::mutex> lock(m_data_lock);
+    notifyWaitersLocked();
     m_readers_gone.wait(lock, [this] { return m_readers.load() == 0; });
 }
 
@@ -217,8 +176,8 @@ int SensorListener::EnableSensor(int type, int samplingPeriodUs, int options) {
     int period = samplingPeriodUs >= 0 ? samplingPeriodUs : 0;
     if (options != 0) {
         // Read by the looper and the query under the store's lock.
-        std::lock_guard<std::mutex> lock(m_store.m_data_lock);
-        m_store.m_options = options;
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        m_options = options;
     }
     int status = startLoop();
     if (status != 0) {
@@ -243,8 +202,8 @@ bool SensorListener::initSensor(int type, int samplingPeriodUs) {
     if (type == 0 || (g_enabledSensorMask & type) == type) return true;
     if (!isSupportedType(type)) {
         ZEL_LOGE("Sensor Listener doesn't support the sensor type!(%d)", type);
-        std::lock_guard<std::mutex> lock(m_store.m_data_lock);
-        m_store.m_data_cond.NotifyLocked();
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        notifyWaitersLocked();
         return false;
     }
     g_enabledSensorMask |= type;
@@ -253,8 +212,8 @@ bool SensorListener::initSensor(int type, int samplingPeriodUs) {
     if (sensor != nullptr) ASensorEventQueue_registerSensor(m_event_queue, sensor, samplingPeriodUs, 0);
     if (type == SENSOR_LISTENER_ALC) {
         int code = getAlcStatus();
-        std::lock_guard<std::mutex> lock(m_store.m_data_lock);
-        m_store.m_hrm_sensor_type = code;
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        m_hrm_sensor_type = code;
     }
     return true;
 }
@@ -361,8 +320,8 @@ void SensorListener::endLoop() {
     m_event_queue = nullptr;
     {
         // Only after the join: every pass takes this lock.
-        std::lock_guard<std::mutex> lock(m_store.m_data_lock);
-        m_store.m_data_cond.NotifyLocked();  // a waiting query sees the loop gone
+        std::lock_guard<std::mutex> lock(m_data_lock);
+        notifyWaitersLocked();  // a waiting query sees the loop gone
     }
     ALooper_release_forCamera(m_looper);
     m_loop_running = false;
@@ -382,7 +341,14 @@ bool SensorListener::sensorLooperThread() {
         for (ssize_t i = 0; i < count; ++i) {
             // The clock is read before the lock, which a real-time reader may be waiting for.
             const int64_t now = events[i].type == ASENSOR_TYPE_GYROSCOPE ? bootTimeNs() : 0;
-            m_store.Put(events[i], now);
+            // Per event, so a waiting reader can take over inside a batch.
+            std::lock_guard<std::mutex> store(m_data_lock);
+            const uint32_t bit =
+                StoreSensorEvent(events[i], now, m_options, m_hrm_sensor_type, m_sensor_data, m_extra_data);
+            if (bit == 0) continue;
+            m_new_data = true;
+            notifyWaitersLocked();
+            m_valid_mask |= bit;
         }
     }
     if (count != 0 && count != -EAGAIN) {
@@ -392,15 +358,44 @@ bool SensorListener::sensorLooperThread() {
     return true;
 }
 
-uint32_t SampleStore::Put(const ASensorEvent& event, int64_t now) {
-    // Per event, so a waiting reader can take over inside a batch.
-    std::lock_guard<std::mutex> store(m_data_lock);
-    const uint32_t bit = routeEvent(event, now, (m_options & 2) != 0, m_hrm_sensor_type, m_sensor_data, m_extra_data);
-    if (bit == 0) return 0;
-    m_new_data = true;
-    m_data_cond.NotifyLocked();
-    m_valid_mask |= bit;
-    return bit;
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, int32_t options, int32_t hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats) {
+    const float* data = event.data;
+    switch (event.type) {
+        case ASENSOR_TYPE_ACCELEROMETER:
+            store.accel = {data[0], data[1], data[2]};
+            return SENSOR_LISTENER_ACCELEROMETER;
+        case ASENSOR_TYPE_GYROSCOPE:
+            // Timestamps come from the platform unchecked: the difference wraps in
+            // two's complement rather than overflow.
+            if ((options & 2) != 0 && now != 0) stats.Record(wrappingSub(now, event.timestamp));
+            store.gyro = {data[0], data[1], data[2], event.timestamp};
+            return SENSOR_LISTENER_GYROSCOPE;
+        case ASENSOR_TYPE_LIGHT: store.light = data[0]; return SENSOR_LISTENER_LIGHT;
+        case kPlatformDeviceOrientation:
+            // Written so that NaN fails too.
+            if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
+            store.orientation = static_cast<uint32_t>(data[0]);
+            return SENSOR_LISTENER_DEVICE_ORIENTATION;
+        case ASENSOR_TYPE_ROTATION_VECTOR:
+            store.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
+            return SENSOR_LISTENER_ROTATION_VECTOR;
+        case kPlatformAlc:
+            if (data[0] == -1.0f || data[0] == -2.0f) {
+                memcpy(&store.alc.status, &data[1], sizeof(store.alc.status));
+            } else {
+                store.alc.value = data[0];
+                if (hrmSensorType == kRearLightOnly) {
+                    memcpy(store.alc.extra, &data[1], sizeof(store.alc.extra));
+                }
+            }
+            return SENSOR_LISTENER_ALC;
+        case kPlatformVendor1002A:
+            memcpy(store.vendor_1002a.values, data, sizeof(store.vendor_1002a.values));
+            return SENSOR_LISTENER_VENDOR_1002A;
+        case kPlatformVendor1002F: store.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
+        default: return 0;
+    }
 }
 
 void SensorListenerExtraDataInternal::Record(int64_t latency) {
@@ -415,23 +410,26 @@ void SensorListenerExtraDataInternal::Record(int64_t latency) {
     oldest = (oldest + 1) % kMaxLatencies;
 }
 
-void SampleSignal::NotifyLocked() {
-    ++m_notify_seq;
-    if (m_waiting > 0) m_cond.notify_all();
+void NotifySampleWaiters(std::condition_variable& cond, uint64_t& notifySeq, int waiting) {
+    ++notifySeq;
+    if (waiting > 0) cond.notify_all();
 }
 
-void SampleSignal::WaitLocked(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout) {
-    const uint64_t seen = m_notify_seq;
-    ++m_waiting;
-    m_cond.wait_for(lock, timeout, [&] { return m_notify_seq != seen; });
-    --m_waiting;
+void WaitForSample(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, const uint64_t& notifySeq,
+                   int& waiting, std::chrono::milliseconds timeout) {
+    const uint64_t seen = notifySeq;
+    ++waiting;
+    cond.wait_for(lock, timeout, [&] { return notifySeq != seen; });
+    --waiting;
 }
+
+void SensorListener::notifyWaitersLocked() { NotifySampleWaiters(m_data_cond, m_notify_seq, m_waiting); }
 
 // ---- Query ----
 
 int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra) {
     m_readers.fetch_add(1);
-    std::unique_lock<std::mutex> lock(m_store.m_data_lock, std::defer_lock);
+    std::unique_lock<std::mutex> lock(m_data_lock, std::defer_lock);
     const int result = readSample(type, event, wait, extra, lock);
     // The last touch of the listener: the destructor may run once this lock is released.
     if (!lock.owns_lock()) lock.lock();
@@ -441,52 +439,49 @@ int SensorListener::GetSensorData(int type, SensorListenerEvent* event, bool wai
 
 int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
                                std::unique_lock<std::mutex>& lock) {
-    // Checked under the store's lock, where a stop notifies the waiting
-    // queries: a query that finds its type on is waiting before that
-    // notification comes. Messages go out without the lock, which the looper
-    // needs for every sample.
-    lock.lock();
     if ((g_enabledSensorMask.load() & type) == 0) {
-        lock.unlock();
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 543, "Sensor(%d) is not enabled yet!", type);
         return -EINVAL;
     }
-    if ((m_store.m_valid_mask.load() & static_cast<uint32_t>(type)) == 0) {
-        lock.unlock();
+    if ((m_valid_mask.load() & static_cast<uint32_t>(type)) == 0) {
         SENSOR_LOG_AT(16, ZEL_DEBUG_LEVEL_TRACE, "GetSensorData", 550, "Sensor(%d) valid data is not coming yet!",
                       type);
         return -EAGAIN;
     }
     if (!isSupportedType(type)) {
-        lock.unlock();
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "GetSensorData", 724,
                       "Sensor Listener doesn't support the sensor type!(%d)", type);
         return -EINVAL;
     }
-    // One notification or 2 s on the steady clock, whichever comes first.
-    if (wait && !m_store.m_new_data) m_store.m_data_cond.WaitLocked(lock, std::chrono::seconds(2));
-    const SensorListenerEvent& store = m_store.m_sensor_data;
+    // The copy is made under the store's lock, so it never mixes two samples.
+    lock.lock();
+    // Checked again under the lock: a stop that cleared the mask and notified
+    // before this reader got here would otherwise leave it waiting 2 s.
+    if (wait && !m_new_data && (g_enabledSensorMask.load() & type) != 0) {
+        // One notification or 2 s on the steady clock, whichever comes first.
+        WaitForSample(m_data_cond, lock, m_notify_seq, m_waiting, std::chrono::seconds(2));
+    }
+    const SensorListenerEvent& store = m_sensor_data;
     switch (type) {
         case SENSOR_LISTENER_ACCELEROMETER: event->accel = store.accel; break;
         case SENSOR_LISTENER_GYROSCOPE:
             event->gyro = store.gyro;
             if (extra != nullptr) {
-                bool haveAverage = (m_store.m_options & 2) != 0 && m_store.m_extra_data.latency_count > 0;
-                extra->avg_latency_ns =
-                    haveAverage ? m_store.m_extra_data.latency_sum / m_store.m_extra_data.latency_count : -1;
+                bool haveAverage = (m_options & 2) != 0 && m_extra_data.latency_count > 0;
+                extra->avg_latency_ns = haveAverage ? m_extra_data.latency_sum / m_extra_data.latency_count : -1;
             }
             break;
         case SENSOR_LISTENER_LIGHT: event->light = store.light; break;
         case SENSOR_LISTENER_DEVICE_ORIENTATION: event->orientation = store.orientation; break;
         case SENSOR_LISTENER_ALC:
             event->alc = store.alc;
-            event->alc.sensor_type = static_cast<float>(m_store.m_hrm_sensor_type);
+            event->alc.sensor_type = static_cast<float>(m_hrm_sensor_type);
             break;
         case SENSOR_LISTENER_VENDOR_1002A: event->vendor_1002a = store.vendor_1002a; break;
         case SENSOR_LISTENER_VENDOR_1002F: event->vendor_1002f = store.vendor_1002f; break;
         case SENSOR_LISTENER_ROTATION_VECTOR: event->rotation = store.rotation; break;
     }
-    m_store.m_new_data = false;
+    m_new_data = false;
     return 0;
 }
 

@@ -1,10 +1,11 @@
 #ifndef ZELKOV_FUZZ_CHECKS_SENSOR_INTAKE_CHECKS_H
 #define ZELKOV_FUZZ_CHECKS_SENSOR_INTAKE_CHECKS_H
 
-// An arbitrary event stream (SensorIntakeInput.h) into the listener's sample
-// store, event by event as the looper puts them. The expected store
-// follows the routing rules; the latency history must hold, for the last 30
-// gyroscope events read with a clock, the clock reading minus the timestamp.
+// An arbitrary event stream (SensorIntakeInput.h) into a sample store, event
+// by event as the looper stores them. Each event must report the type bit
+// the routing rules give it, the store must follow those rules, and the
+// latency history must hold, for the last 30 gyroscope events read with a
+// clock, the clock reading minus the timestamp.
 //
 // Needs the listener's sources built into the executable (its intake is
 // hidden in the library).
@@ -12,10 +13,8 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <utility>
 
 #include <android/sensor_manager/internal/SensorListener.h>
-#include <zelkov_platform/log_control.h>
 
 #include "fuzz/checks/FuzzCheck.h"
 #include "fuzz/checks/SensorIntakeInput.h"
@@ -44,10 +43,10 @@ bool SameBits(const T& a, const T& b) {
 
 struct ExpectedStore {
     SensorListenerEvent store{};
-    uint32_t valid = 0;
     std::deque<int64_t> latencies;  // of the gyroscope events in the history
 
-    void Route(const SensorIntakeRecord& record, int64_t now, bool statistics, int hrmCode) {
+    // The type bit the event fills, 0 when it is dropped.
+    uint32_t Route(const SensorIntakeRecord& record, int64_t now, bool statistics, int hrmCode) {
         const float* d = record.data;
         uint32_t bit = 0;
         switch (PlatformTypeOf(record)) {
@@ -96,7 +95,7 @@ struct ExpectedStore {
                 break;
             default: break;
         }
-        valid |= bit;
+        return bit;
     }
 };
 
@@ -125,8 +124,6 @@ inline void CheckStore(const SensorListenerEvent& got, const SensorListenerEvent
 #undef ZEL_SAME
 }
 
-inline void DiscardLog(int, const char*, const char*, void*) {}
-
 }  // namespace sensor_detail
 
 inline void CheckSensorIntake(const uint8_t* data, size_t size) {
@@ -135,13 +132,8 @@ inline void CheckSensorIntake(const uint8_t* data, size_t size) {
     const bool statistics = (data[0] & 1) != 0;
     const int hrmCode = (data[0] & 2) != 0 ? 1000 : 7;
 
-    // Every message is formatted, none printed.
-    zelkov_platform::SetLogSink(DiscardLog, nullptr);
-    zelkov_platform::SetLogMask(0xFF);
-
-    zelkov::SampleStore store;
-    store.m_options = statistics ? 2 : 1;
-    store.m_hrm_sensor_type = hrmCode;
+    SensorListenerEvent store{};
+    zelkov::SensorListenerExtraDataInternal stats;
     ExpectedStore expected;
     size_t index = 0;
     for (size_t at = kSensorIntakeHeaderBytes; at + kSensorIntakeRecordBytes <= size && index < kMaxSensorIntakeRecords;
@@ -154,13 +146,11 @@ inline void CheckSensorIntake(const uint8_t* data, size_t size) {
         event.timestamp = record.timestamp;
         std::memcpy(event.data, record.data, sizeof(record.data));
         const int64_t now = (record.kind & kClockFailsBit) != 0 ? 0 : kClockBase + static_cast<int64_t>(index);
-        store.Put(event, now);
-        expected.Route(record, now, statistics, hrmCode);
+        const uint32_t bit = zelkov::StoreSensorEvent(event, now, statistics ? 2 : 1, hrmCode, store, stats);
+        ZEL_FUZZ_CHECK(bit == expected.Route(record, now, statistics, hrmCode));
     }
-    ZEL_FUZZ_CHECK(store.m_valid_mask.load() == expected.valid);
-    ZEL_FUZZ_CHECK(store.m_new_data == (expected.valid != 0));
-    CheckStore(store.m_sensor_data, expected.store);
-    CheckLatencies(store.m_extra_data, expected);
+    CheckStore(store, expected.store);
+    CheckLatencies(stats, expected);
 }
 
 }  // namespace zelkov_fuzz

@@ -1,5 +1,7 @@
 // The looper thread: one thread for all types, stopped by the last disable,
 // woken out of its poll, and made anew after a stop.
+#include <algorithm>
+#include <atomic>
 #include <thread>
 
 #include "SensorTestSupport.h"
@@ -46,17 +48,26 @@ TEST_F(LoopTest, DestroyingAListenerWithARunningLoopStopsItFirst) {
     g_enabledSensorMask = 0;
 }
 
-// The looper stores under the store's lock, which a reader holds while it
-// copies: a sample never changes under a copy.
-TEST(SampleStoreTest, PutWaitsForTheDataLock) {
-    SampleStore store;
-    std::unique_lock<std::mutex> reader(store.m_data_lock);
-    std::thread looper([&] { store.Put(MakeSensorEvent(ASENSOR_TYPE_LIGHT, {1.0f}), 0); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_EQ(store.m_valid_mask.load(), 0u) << "stored under the reader's copy";
-    reader.unlock();
-    looper.join();
-    EXPECT_EQ(store.m_valid_mask.load(), static_cast<uint32_t>(SENSOR_LISTENER_LIGHT));
+// Reads racing with a stream see only whole samples (the stream writes seven
+// equal values); the thread sanitizer reports a store made without the lock.
+TEST_F(LoopTest, ReadsWhileSamplesArriveSeeWholeSamples) {
+    listener = LoadSensorListener();
+    EnableWithSample(SENSOR_LISTENER_VENDOR_1002A, MakeSensorEvent(0x1002A, {}));
+    std::atomic<bool> stop{false};
+    std::thread feeder([&] {
+        for (float n = 1; !stop; ++n)
+            zelkov_platform::InjectSensorEvent(MakeSensorEvent(0x1002A, {n, n, n, n, n, n, n}));
+    });
+    int torn = 0;
+    for (int i = 0; i < 100000; ++i) {
+        SensorListenerEvent event{};
+        ASSERT_EQ(listener->GetSensorData(SENSOR_LISTENER_VENDOR_1002A, &event, false, nullptr), 0);
+        const float* values = event.vendor_1002a.values;
+        torn += std::count(values, values + 7, values[0]) != 7 ? 1 : 0;
+    }
+    stop = true;
+    feeder.join();
+    EXPECT_EQ(torn, 0);
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include <sched.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -101,33 +103,35 @@ TEST_F(QueryTest, UnloadWaitsForReadersStillInsideTheCall) {
 
 // A wait ends on a notification only: a spurious wake-up of the condition
 // leaves it waiting, and a wait that timed out leaves the others notified.
-TEST(SampleSignalTest, OnlyANotificationEndsAWait) {
+TEST(WaitForSampleTest, OnlyANotificationEndsAWait) {
     std::mutex lock;
-    SampleSignal signal;
+    std::condition_variable cond;
+    uint64_t notifySeq = 0;
+    int waiting = 0;
     auto wait = [&](int milliseconds) {
         std::unique_lock<std::mutex> held(lock);
-        signal.WaitLocked(held, std::chrono::milliseconds(milliseconds));
+        WaitForSample(cond, held, notifySeq, waiting, std::chrono::milliseconds(milliseconds));
     };
-    auto waiting = [&] {
+    auto waiters = [&] {
         std::lock_guard<std::mutex> held(lock);
-        return signal.m_waiting;
+        return waiting;
     };
     std::atomic<bool> longDone{false};
     std::thread longWait([&] {
         wait(5000);
         longDone = true;
     });
-    ASSERT_TRUE(zelkov_test::WaitUntil([&] { return waiting() == 1; }));
+    ASSERT_TRUE(zelkov_test::WaitUntil([&] { return waiters() == 1; }));
     std::thread([&] { wait(50); }).join();
     {
         std::lock_guard<std::mutex> held(lock);
-        signal.m_cond.notify_all();  // spurious
+        cond.notify_all();  // spurious
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_FALSE(longDone) << "a spurious wake-up ended the wait";
     {
         std::lock_guard<std::mutex> held(lock);
-        signal.NotifyLocked();
+        NotifySampleWaiters(cond, notifySeq, waiting);
     }
     EXPECT_TRUE(zelkov_test::WaitUntil([&] { return longDone.load(); }, 2.0));
     longWait.join();

@@ -35,45 +35,26 @@ struct SensorListenerExtraDataInternal {
     int64_t At(int64_t i) const { return latencies[(oldest + i) % kMaxLatencies]; }
 };
 
-// Wakes the queries that wait for a sample. A wait ends at the first
-// notification given after it began, or at its time-out; a spurious wake-up
-// of the condition does not end it. Used with the store's lock held.
-struct SampleSignal {
-    void NotifyLocked();
-    void WaitLocked(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout);
-
-    std::condition_variable m_cond;
-    int m_waiting = 0;          // waits in progress
-    uint64_t m_notify_seq = 0;  // advanced by every notification
-};
-
 // The platform sensor type of a SensorListenerType bit; 0 (with a message)
 // for an unsupported value.
 int sensorMatching(int type);
 
-// The latest sample of every type, with what the looper keeps beside it.
-// m_data_lock guards every member but itself and m_valid_mask, which is read
-// without it.
-struct SampleStore {
-    // Stores one platform event as the looper does, under m_data_lock, and
-    // returns the type bit it filled, 0 for an event that is dropped. A
-    // gyroscope event adds its delivery latency (`now` minus its timestamp;
-    // none when `now` is 0) while m_options has bit 2; a type-16 event keeps
-    // its six extra values only while m_hrm_sensor_type is 1000 (a rear light
-    // sensor). A stored sample raises m_new_data and wakes the waiting queries.
-    uint32_t Put(const ASensorEvent& event, int64_t now);
+// Stores one platform event into `store` as the looper does (the caller
+// holds the listener's m_data_lock) and returns the type bit it filled, 0 for
+// an event that is dropped. A gyroscope event adds its delivery latency
+// (`now` minus its timestamp; none when `now` is 0) to `stats` while
+// `options` has bit 2; a type-16 event keeps its six extra values only while
+// `hrmSensorType` is 1000 (a rear light sensor).
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, int32_t options, int32_t hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats);
 
-    SensorListenerEvent m_sensor_data{};
-    SensorListenerExtraDataInternal m_extra_data;
-    int32_t m_options = 1;
-    std::mutex m_data_lock;
-    // Notified when a sample is stored, or when the control side wants the
-    // waiting queries to look again.
-    SampleSignal m_data_cond;
-    bool m_new_data = false;
-    std::atomic<uint32_t> m_valid_mask{0};  // types that delivered a sample
-    int32_t m_hrm_sensor_type = 0;
-};
+// The wait handshake between the queries and the looper, on the listener's
+// m_data_cond, m_notify_seq and m_waiting, all under m_data_lock. A wait ends
+// at the first notification given after it began, or at its time-out; a
+// spurious wake-up of the condition does not end it.
+void NotifySampleWaiters(std::condition_variable& cond, uint64_t& notifySeq, int waiting);
+void WaitForSample(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, const uint64_t& notifySeq,
+                   int& waiting, std::chrono::milliseconds timeout);
 
 // The HRM sensor type code for what sysfs holds: `hrmName` is the line read
 // from the HRM chip's name file ("" when none could be read, null when the
@@ -123,17 +104,29 @@ private:
     // Fetches the platform list again, keeping the previous one for the log.
     void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
+    // Ends every wait in progress: a sample was stored, or the control side
+    // wants the readers to look again. Called with m_data_lock held.
+    void notifyWaitersLocked();
     // The body of GetSensorData, run while the call is counted in m_readers;
-    // `lock` (of the store's m_data_lock) may be left held.
+    // `lock` (of m_data_lock) may be left held.
     int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,
                    std::unique_lock<std::mutex>& lock);
 
     ASensorEventQueue* m_event_queue = nullptr;
-    SampleStore m_store;
+    SensorListenerEvent m_sensor_data{};
+    SensorListenerExtraDataInternal m_extra_data;
+    int32_t m_options = 1;
+    std::mutex m_data_lock;
+    std::condition_variable m_data_cond;
+    int m_waiting = 0;          // queries waiting on m_data_cond
+    uint64_t m_notify_seq = 0;  // advanced by every notification; a wait ends only when it moves
+    bool m_new_data = false;
     // Calls inside GetSensorData; the destructor waits until none is left, so
     // a reader still on its way out never touches a freed listener.
     std::atomic<int> m_readers{0};
     std::condition_variable m_readers_gone;
+    std::atomic<uint32_t> m_valid_mask{0};
+    int32_t m_hrm_sensor_type = 0;
     android::sp<SensorListenerThread> m_thread;
     ASensorList m_sen_list = nullptr;
     ASensorList m_prev_sen_list = nullptr;
