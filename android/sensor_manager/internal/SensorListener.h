@@ -39,12 +39,13 @@ struct SensorListenerExtraDataInternal {
 // for an unsupported value.
 int sensorMatching(int type);
 
-// Stores one platform event into `store` as the looper does (the caller
-// holds the listener's m_data_lock) and returns the type bit it filled, 0 for
-// an event that is dropped. A gyroscope event adds its delivery latency
+// Stores one platform event into `store` and returns the type bit it filled,
+// 0 for an event that is dropped. A gyroscope event adds its delivery latency
 // (`now` minus its timestamp; none when `now` is 0) to `stats` while
 // `options` has bit 2; a type-16 event keeps its six extra values only while
-// `hrmSensorType` is 1000 (a rear light sensor).
+// `hrmSensorType` is 1000 (a rear light sensor). The looper calls it on the
+// listener's members under m_data_lock, then raises m_new_data, wakes the
+// waiting queries and sets the bit in m_valid_mask.
 uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, int32_t options, int32_t hrmSensorType,
                           SensorListenerEvent& store, SensorListenerExtraDataInternal& stats);
 
