@@ -108,33 +108,32 @@ SensorIntakeRecord Event(int platformType, std::vector<float> data, int64_t time
     return record;
 }
 
-void WriteSensor(const std::string& name, uint8_t flags, uint8_t perPass,
-                 const std::vector<SensorIntakeRecord>& records) {
-    std::vector<uint8_t> bytes = {flags, perPass};
+void WriteSensor(const std::string& name, uint8_t flags, const std::vector<SensorIntakeRecord>& records) {
+    std::vector<uint8_t> bytes = {flags, 0};
     for (const SensorIntakeRecord& record : records) zelkov_fuzz::AppendSensorIntakeRecord(bytes, record);
     Write("sensor_intake_fuzzer", name, bytes.data(), bytes.size());
 }
 
 void SensorSeeds() {
-    WriteSensor("every_type", 0x01, 7,
+    WriteSensor("every_type", 0x01,
                 {Event(1, {0.5f, -9.8f, 1.25f}), Event(4, {0.1f, 0.2f, 0.3f}), Event(5, {321.5f}), Event(27, {2.0f}),
                  Event(11, {0.1f, 0.2f, 0.3f, 0.9f, 0.05f}), Event(0x10029, {40, 1, 2, 3, 4, 5, 6}),
                  Event(0x1002A, {1, 2, 3, 4, 5, 6, 7}), Event(0x1002F, {8.5f})});
 
     std::vector<SensorIntakeRecord> gyro;
     for (int i = 0; i < 40; ++i) gyro.push_back(Event(4, {0.01f * i, 0, 0}, kStamp + i * 5000000LL));
-    WriteSensor("gyro_history", 0x01, 7, gyro);
+    WriteSensor("gyro_history", 0x01, gyro);
 
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float inf = std::numeric_limits<float>::infinity();
-    WriteSensor("odd_values", 0x02, 2,
+    WriteSensor("odd_values", 0x02,
                 {Event(27, {3.5f}), Event(27, {nan}), Event(27, {3.0f}), Event(0x10029, {-2.0f, 3.5f}),
                  Event(0x10029, {12.0f, 1, 2, 3, 4, 5, 6}), Event(1, {nan, inf, -inf}), Event(2, {1, 2, 3}),
                  Event(0, {1}), Event(0x12345, {1})});
 
-    std::vector<SensorIntakeRecord> failing = {Event(5, {1.0f}), Event(5, {2.0f}), Event(4, {1, 1, 1})};
-    failing[0].kind |= zelkov_fuzz::kFailReadBit;
-    WriteSensor("read_error", 0x01 | (2 << 2), 0, failing);
+    std::vector<SensorIntakeRecord> clockFails = {Event(5, {1.0f}), Event(4, {2, 2, 2}), Event(4, {1, 1, 1})};
+    clockFails[1].kind |= zelkov_fuzz::kClockFailsBit;
+    WriteSensor("clock_fails", 0x01, clockFails);
 }
 
 // ---- native handle ----

@@ -343,7 +343,8 @@ bool SensorListener::sensorLooperThread() {
             const int64_t now = events[i].type == ASENSOR_TYPE_GYROSCOPE ? bootTimeNs() : 0;
             // Per event, so a waiting reader can take over inside a batch.
             std::lock_guard<std::mutex> store(m_data_lock);
-            uint32_t bit = storeEventLocked(events[i], now);
+            const uint32_t bit =
+                StoreSensorEvent(events[i], now, m_options, m_hrm_sensor_type, m_sensor_data, m_extra_data);
             if (bit == 0) continue;
             m_new_data = true;
             notifyWaitersLocked();
@@ -357,64 +358,72 @@ bool SensorListener::sensorLooperThread() {
     return true;
 }
 
-void SensorListener::notifyWaitersLocked() {
-    ++m_notify_seq;
-    if (m_waiting > 0) m_data_cond.notify_all();
-}
-
-uint32_t SensorListener::storeEventLocked(const ASensorEvent& event, int64_t now) {
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, int32_t options, int32_t hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats) {
     const float* data = event.data;
     switch (event.type) {
         case ASENSOR_TYPE_ACCELEROMETER:
-            m_sensor_data.accel = {data[0], data[1], data[2]};
+            store.accel = {data[0], data[1], data[2]};
             return SENSOR_LISTENER_ACCELEROMETER;
         case ASENSOR_TYPE_GYROSCOPE:
-            if ((m_options & 2) != 0) recordLatencyLocked(now, event.timestamp);
-            m_sensor_data.gyro = {data[0], data[1], data[2], event.timestamp};
+            // Timestamps come from the platform unchecked: the difference wraps in
+            // two's complement rather than overflow.
+            if ((options & 2) != 0 && now != 0) stats.Record(wrappingSub(now, event.timestamp));
+            store.gyro = {data[0], data[1], data[2], event.timestamp};
             return SENSOR_LISTENER_GYROSCOPE;
-        case ASENSOR_TYPE_LIGHT: m_sensor_data.light = data[0]; return SENSOR_LISTENER_LIGHT;
+        case ASENSOR_TYPE_LIGHT: store.light = data[0]; return SENSOR_LISTENER_LIGHT;
         case kPlatformDeviceOrientation:
             // Written so that NaN fails too.
             if (!(data[0] >= 0.0f && data[0] <= 3.0f)) return 0;
-            m_sensor_data.orientation = static_cast<uint32_t>(data[0]);
+            store.orientation = static_cast<uint32_t>(data[0]);
             return SENSOR_LISTENER_DEVICE_ORIENTATION;
         case ASENSOR_TYPE_ROTATION_VECTOR:
-            m_sensor_data.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
+            store.rotation = {data[0], data[1], data[2], data[3], data[4], event.timestamp};
             return SENSOR_LISTENER_ROTATION_VECTOR;
         case kPlatformAlc:
             if (data[0] == -1.0f || data[0] == -2.0f) {
-                memcpy(&m_sensor_data.alc.status, &data[1], sizeof(m_sensor_data.alc.status));
+                memcpy(&store.alc.status, &data[1], sizeof(store.alc.status));
             } else {
-                m_sensor_data.alc.value = data[0];
-                if (m_hrm_sensor_type == kRearLightOnly) {
-                    memcpy(m_sensor_data.alc.extra, &data[1], sizeof(m_sensor_data.alc.extra));
+                store.alc.value = data[0];
+                if (hrmSensorType == kRearLightOnly) {
+                    memcpy(store.alc.extra, &data[1], sizeof(store.alc.extra));
                 }
             }
             return SENSOR_LISTENER_ALC;
         case kPlatformVendor1002A:
-            memcpy(m_sensor_data.vendor_1002a.values, data, sizeof(m_sensor_data.vendor_1002a.values));
+            memcpy(store.vendor_1002a.values, data, sizeof(store.vendor_1002a.values));
             return SENSOR_LISTENER_VENDOR_1002A;
-        case kPlatformVendor1002F: m_sensor_data.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
+        case kPlatformVendor1002F: store.vendor_1002f = data[0]; return SENSOR_LISTENER_VENDOR_1002F;
         default: return 0;
     }
 }
 
-void SensorListener::recordLatencyLocked(int64_t now, int64_t timestamp) {
-    if (now == 0) return;  // no clock reading
-    // Timestamps come from the platform unchecked: the differences and the sum
-    // wrap in two's complement rather than overflow.
-    int64_t latency = wrappingSub(now, timestamp);
-    SensorListenerExtraDataInternal& stats = m_extra_data;
-    stats.latency_sum = wrappingAdd(stats.latency_sum, latency);
-    if (stats.latency_count < SensorListenerExtraDataInternal::kMaxLatencies) {
-        stats.latencies[stats.latency_count++] = latency;
+void SensorListenerExtraDataInternal::Record(int64_t latency) {
+    // The sum wraps like the latencies it adds up.
+    latency_sum = wrappingAdd(latency_sum, latency);
+    if (latency_count < kMaxLatencies) {
+        latencies[latency_count++] = latency;
         return;
     }
-    // Full: the newest takes the oldest's place.
-    stats.latency_sum = wrappingSub(stats.latency_sum, stats.latencies[stats.oldest]);
-    stats.latencies[stats.oldest] = latency;
-    stats.oldest = (stats.oldest + 1) % SensorListenerExtraDataInternal::kMaxLatencies;
+    latency_sum = wrappingSub(latency_sum, latencies[oldest]);
+    latencies[oldest] = latency;
+    oldest = (oldest + 1) % kMaxLatencies;
 }
+
+void NotifySampleWaiters(std::condition_variable& cond, uint64_t& notifySeq, int waiting) {
+    ++notifySeq;
+    if (waiting > 0) cond.notify_all();
+}
+
+void WaitForSample(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, const uint64_t& notifySeq,
+                   int& waiting, std::chrono::milliseconds timeout) {
+    const uint64_t seen = notifySeq;
+    ++waiting;
+    cond.wait_for(lock, timeout, [&] { return notifySeq != seen; });
+    --waiting;
+}
+
+void SensorListener::notifyWaitersLocked() { NotifySampleWaiters(m_data_cond, m_notify_seq, m_waiting); }
 
 // ---- Query ----
 
@@ -449,12 +458,8 @@ int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, 
     // Checked again under the lock: a stop that cleared the mask and notified
     // before this reader got here would otherwise leave it waiting 2 s.
     if (wait && !m_new_data && (g_enabledSensorMask.load() & type) != 0) {
-        // One notification or 2 s on the steady clock, whichever comes first;
-        // a spurious wake-up leaves the sequence where it was and waits on.
-        const uint64_t seen = m_notify_seq;
-        ++m_waiting;
-        m_data_cond.wait_for(lock, std::chrono::seconds(2), [&] { return m_notify_seq != seen; });
-        --m_waiting;
+        // One notification or 2 s on the steady clock, whichever comes first.
+        WaitForSample(m_data_cond, lock, m_notify_seq, m_waiting, std::chrono::seconds(2));
     }
     const SensorListenerEvent& store = m_sensor_data;
     switch (type) {
@@ -482,37 +487,45 @@ int SensorListener::readSample(int type, SensorListenerEvent* event, bool wait, 
 
 // ---- Light sensor chip identification ----
 
-int SensorListener::getAlcStatus() {
+int AlcStatusOf(const char* hrmName, bool rearLightPresent) {
     int code = kUnknownHrmChip;
-    FILE* hrm = fopen(kHrmNamePath, "r");
-    if (hrm != nullptr) {
-        char name[24];
-        memset(name, 0, sizeof(name));
-        if (fgets(name, sizeof(name), hrm) == nullptr) {
-            SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 850, "ERR:failed to read hrm alc sensor's name");
-        } else {
-            // The last character read (normally the newline) is left out.
-            size_t length = strlen(name) - 1;
-            for (const HrmChip& chip : kHrmChips) {
-                if (strncmp(name, chip.name, length) == 0) {
-                    code = chip.code;
-                    break;
-                }
-            }
-        }
-        fclose(hrm);
-    } else {
+    if (hrmName == nullptr) {
         SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 832, "ERR:failed to open hrm alc sensor's name");
-        FILE* rearLight = fopen(kRearLightNamePath, "r");
-        if (rearLight != nullptr) {
-            fclose(rearLight);
+        if (rearLightPresent) {
             code = kRearLightOnly;
         } else {
             SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 838, "ERR:failed to open als rear sensor's name");
         }
+    } else if (hrmName[0] == '\0') {
+        SENSOR_LOG_AT(1, ZEL_DEBUG_LEVEL_ERROR, "getAlcStatus", 850, "ERR:failed to read hrm alc sensor's name");
+    } else {
+        // The last character read (normally the newline) is left out.
+        const size_t length = strlen(hrmName) - 1;
+        for (const HrmChip& chip : kHrmChips) {
+            if (strncmp(hrmName, chip.name, length) == 0) {
+                code = chip.code;
+                break;
+            }
+        }
     }
     SENSOR_LOG_AT(16, ZEL_DEBUG_LEVEL_TRACE, "getAlcStatus", 897, "HRM sensor type: %d", code);
     return code;
+}
+
+int SensorListener::getAlcStatus() {
+    FILE* hrm = fopen(kHrmNamePath, "r");
+    if (hrm == nullptr) {
+        // The rear light sensor's file is only looked for, never read.
+        FILE* rearLight = fopen(kRearLightNamePath, "r");
+        const bool rearLightPresent = rearLight != nullptr;
+        if (rearLightPresent) fclose(rearLight);
+        return AlcStatusOf(nullptr, rearLightPresent);
+    }
+    char name[24];
+    memset(name, 0, sizeof(name));
+    const bool read = fgets(name, sizeof(name), hrm) != nullptr;
+    fclose(hrm);
+    return AlcStatusOf(read ? name : "", false);
 }
 
 // ---- Loader ----

@@ -9,6 +9,7 @@
 #include <android/wrappers/ZelCamera3Stream.h>
 #include <android/wrappers/ZelHwModule.h>
 
+#include "FaultyCallbacks.h"
 #include "FrameTiming.h"
 #include "MetadataTags.h"
 #include "ModuleIdentity.h"
@@ -124,7 +125,9 @@ void Device::Close() {
 int Device::Initialize(const camera3_callback_ops* callbacks) {
     std::lock_guard<std::mutex> hold(m_lock);
     if (callbacks == nullptr || m_pipeline) return -ENODEV;  // once per open
-    m_pipeline = std::make_shared<Pipeline>(m_camera, FrameworkCallbacks(callbacks), m_faults);
+    std::unique_ptr<FrameworkCallbacks> framework = std::make_unique<CallbackOps>(callbacks);
+    if (m_faults.InCallbacks()) framework = std::make_unique<FaultyCallbacks>(std::move(framework), m_camera, m_faults);
+    m_pipeline = std::make_shared<Pipeline>(m_camera, std::move(framework), m_faults.InPipeline());
     return 0;
 }
 

@@ -48,6 +48,18 @@ Faults Faults::FromEnvironmentOr(const FaultConfig& config) {
     return Parse(request.substr(0, at), static_cast<uint32_t>(std::strtoul(request.c_str() + at + 1, nullptr, 10)));
 }
 
+Faults Faults::InPipeline() const {
+    switch (m_fault) {
+        case Fault::kStall:
+        case Fault::kErrorRequest:
+        case Fault::kErrorResult:
+        case Fault::kErrorBuffer: return *this;
+        case Fault::kErrorRequestBad: return Faults(Fault::kErrorRequest, m_frame);
+        case Fault::kErrorBufferBad: return Faults(Fault::kErrorBuffer, m_frame);
+        default: return Faults();
+    }
+}
+
 bool Faults::At(Fault fault, uint32_t frame) const {
     if (fault != m_fault) return false;
     return fault == Fault::kStall ? frame >= m_frame : frame == m_frame;

@@ -1,6 +1,8 @@
 // Deliberate camera3 rule violations, one at a time, so that a framework-side
 // checker can be shown to catch each. Chosen by $ZELKOV_CAMERA_FAULT
 // ("<name>[@<frame>]", frame 5 by default), else by the camera's "fault".
+// The pipeline carries out what needs it (a stall, the legal error modes);
+// FaultyCallbacks bends the stream of callbacks for the rest.
 #ifndef ZELKOV_CAMERA_CORE_FAULTS_H
 #define ZELKOV_CAMERA_CORE_FAULTS_H
 
@@ -38,6 +40,11 @@ public:
     // Whether `fault` strikes at this frame (kStall: at this frame or later).
     bool At(Fault fault, uint32_t frame) const;
     Fault Kind() const { return m_fault; }
+    // The pipeline's share: a stall or a legal error mode, which a broken
+    // error mode of a request or buffer starts from; none for the others.
+    Faults InPipeline() const;
+    // Whether FaultyCallbacks has a part in the fault.
+    bool InCallbacks() const { return m_fault != InPipeline().m_fault; }
     static const char* Name(Fault fault);
 
 private:

@@ -10,7 +10,7 @@ namespace camera_core {
 
 using zelkov::ZelCamera3StreamBuffer;
 
-void FrameworkCallbacks::Shutter(uint32_t frameNumber, int64_t timestampNs) const {
+void CallbackOps::Shutter(uint32_t frameNumber, int64_t timestampNs) {
     zelkov::ZelCamera3NotifyMsg message;
     message.SetType(zelkov::GET_CAMERA3_MSG_SHUTTER());
     zelkov::ZelCamera3ShutterMsg shutter(message.GetShutterMsg(), false);
@@ -19,7 +19,7 @@ void FrameworkCallbacks::Shutter(uint32_t frameNumber, int64_t timestampNs) cons
     zelkov::ZelCamera3CallbackOps(m_ops, false).GetFnNotify()(m_ops, message.Ptr());
 }
 
-void FrameworkCallbacks::Error(uint32_t frameNumber, camera3_stream* stream, int code) const {
+void CallbackOps::Error(uint32_t frameNumber, camera3_stream* stream, int code) {
     zelkov::ZelCamera3NotifyMsg message;
     message.SetType(zelkov::GET_CAMERA3_MSG_ERROR());
     zelkov::ZelCamera3ErrorMsg error(message.GetErrorMsg(), false);
@@ -29,8 +29,8 @@ void FrameworkCallbacks::Error(uint32_t frameNumber, camera3_stream* stream, int
     zelkov::ZelCamera3CallbackOps(m_ops, false).GetFnNotify()(m_ops, message.Ptr());
 }
 
-void FrameworkCallbacks::Result(uint32_t frameNumber, const camera_metadata* metadata, uint32_t partial,
-                                const std::vector<ZelCamera3StreamBuffer*>& buffers) const {
+void CallbackOps::Result(uint32_t frameNumber, const camera_metadata* metadata, uint32_t partial,
+                         const std::vector<ZelCamera3StreamBuffer*>& buffers) {
     // The records are laid out back to back in one block of Size() bytes each.
     const unsigned int count = static_cast<unsigned int>(buffers.size());
     camera3_stream_buffer* block = count > 0 ? ZelCamera3StreamBuffer::Create(count) : nullptr;

@@ -87,14 +87,4 @@ void PatternPainter::PaintColorBars(const PlaneView& view) {
     RepeatFirstRow(view.cr, view.cStride, (view.height + 1) / 2, span);
 }
 
-uint32_t PatternPainter::DecodeFrameNumber(const PlaneView& view) {
-    const uint32_t row = std::min(StripHeight(view.height), view.height) / 2;
-    uint32_t frame = 0;
-    for (uint32_t block = 0; block < 32; ++block) {
-        const uint32_t centre = (2 * block + 1) * view.width / 64;
-        frame = (frame << 1) | (view.y[row * view.yStride + centre] >= 128 ? 1u : 0u);
-    }
-    return frame;
-}
-
 }  // namespace camera_core

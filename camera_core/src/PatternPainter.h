@@ -35,8 +35,6 @@ public:
 
     static void PaintFrameNumber(const PlaneView& view, uint32_t frame);
     static void PaintColorBars(const PlaneView& view);
-    // Reads back the frame number of a picture drawn by PaintFrameNumber.
-    static uint32_t DecodeFrameNumber(const PlaneView& view);
 };
 
 }  // namespace camera_core

@@ -45,9 +45,9 @@ RenderRequest RenderRequestOf(const ExposedFrame& frame, int32_t jpegMaxSize) {
 
 }  // namespace
 
-Pipeline::Pipeline(const CameraConfig& camera, const FrameworkCallbacks& callbacks, Faults faults)
+Pipeline::Pipeline(const CameraConfig& camera, std::unique_ptr<FrameworkCallbacks> callbacks, Faults faults)
     : m_camera(camera),
-      m_callbacks(callbacks),
+      m_callbacks(std::move(callbacks)),
       m_faults(faults),
       m_threeA(camera),
       m_jpegMaxSize(JpegMaxSize(camera)),
@@ -135,13 +135,10 @@ void Pipeline::RunSensor() {
         hold.unlock();
         m_nextStartNs = startNs + request.frameDurationNs;
         ExposedFrame frame = Expose(std::move(request), startNs);
-        const bool shutterHeld = !frame.shutterSent && !frame.failed;
         hold.lock();
         m_exposed.push_back(std::move(frame));
         m_exposing = false;
         m_changed.notify_all();
-        // A held-back shutter still comes before the next frame's.
-        if (shutterHeld) m_changed.wait(hold, [this] { return m_stop || (m_exposed.empty() && !m_reading); });
     }
 }
 
@@ -162,28 +159,24 @@ void Pipeline::RunReadout() {
 }
 
 void Pipeline::FailBuffer(zelkov::ZelCamera3StreamBuffer& buffer, uint32_t frame, int releaseFence, bool notify) {
-    if (notify) m_callbacks.Error(frame, buffer.GetStream(), zelkov::GET_CAMERA3_MSG_ERROR_BUFFER());
+    if (notify) m_callbacks->Error(frame, buffer.GetStream(), zelkov::GET_CAMERA3_MSG_ERROR_BUFFER());
     buffer.SetStatus(zelkov::GET_CAMERA3_BUFFER_STATUS_ERROR());
     buffer.SetAcquireFence(-1);
     buffer.SetReleaseFence(releaseFence);
 }
 
 void Pipeline::FailRequest(CaptureRequest& request) {
-    m_callbacks.Error(request.frameNumber, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_REQUEST());
-    // The broken variant: result metadata for the failed frame, while it is still in flight.
-    if (m_faults.At(Fault::kErrorRequestBad, request.frameNumber)) {
-        m_callbacks.Result(request.frameNumber, request.settings.Get(), m_camera.partialResultCount, {});
-    }
+    m_callbacks->Error(request.frameNumber, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_REQUEST());
     // Never waited on: each acquire fence goes back as the release fence.
     for (auto& buffer : request.buffers) FailBuffer(buffer, request.frameNumber, buffer.GetAcquireFence(), false);
     {
         std::lock_guard<std::mutex> hold(m_lock);
         ++m_requestsFailed;
     }
-    Complete(request, nullptr, 0, false);
+    Complete(request, nullptr, 0);
 }
 
-void Pipeline::Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial, bool dropFirst) {
+void Pipeline::Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial) {
     {
         // The slot frees before the callback: a framework may submit from inside it.
         std::lock_guard<std::mutex> hold(m_lock);
@@ -192,8 +185,8 @@ void Pipeline::Complete(CaptureRequest& request, const camera_metadata* metadata
     }
     m_changed.notify_all();
     std::vector<zelkov::ZelCamera3StreamBuffer*> returned;
-    for (size_t i = dropFirst ? 1 : 0; i < request.buffers.size(); ++i) returned.push_back(&request.buffers[i]);
-    m_callbacks.Result(request.frameNumber, metadata, partial, returned);
+    for (zelkov::ZelCamera3StreamBuffer& buffer : request.buffers) returned.push_back(&buffer);
+    m_callbacks->Result(request.frameNumber, metadata, partial, returned);
 }
 
 ExposedFrame Pipeline::Expose(CaptureRequest request, int64_t startNs) {
@@ -202,7 +195,7 @@ ExposedFrame Pipeline::Expose(CaptureRequest request, int64_t startNs) {
     frame.startNs = startNs;
     frame.captureTime = time(nullptr);
     const uint32_t number = frame.request.frameNumber;
-    if (m_faults.At(Fault::kErrorRequest, number) || m_faults.At(Fault::kErrorRequestBad, number)) {
+    if (m_faults.At(Fault::kErrorRequest, number)) {
         frame.failed = true;
         return frame;
     }
@@ -213,12 +206,7 @@ ExposedFrame Pipeline::Expose(CaptureRequest request, int64_t startNs) {
         m_gyro.Latest(), static_cast<int64_t>(number)};
     frame.parts = ResultComposer::Split(ResultComposer::Compose(frame.request.settings, facts, m_camera),
                                         m_camera.partialResultCount);
-    frame.shutterNs = m_faults.At(Fault::kWrongTimestamp, number) ? frame.startNs + 1000000 : frame.startNs;
-    // The shutter opens the frame; the late-shutter fault holds it back until after the first result.
-    if (!m_faults.At(Fault::kLateShutter, number)) {
-        m_callbacks.Shutter(number, frame.shutterNs);
-        frame.shutterSent = true;
-    }
+    m_callbacks->Shutter(number, frame.startNs);
     return frame;
 }
 
@@ -251,24 +239,18 @@ void Pipeline::Deliver(ExposedFrame& frame) {
         return;
     }
     const uint32_t count = m_camera.partialResultCount;
-    const auto sendLateShutter = [&] {
-        if (!frame.shutterSent) m_callbacks.Shutter(number, frame.shutterNs);
-        frame.shutterSent = true;
-    };
-    const bool resultLost = m_faults.At(Fault::kErrorResult, number) || m_faults.At(Fault::kErrorResultBad, number);
-    if (resultLost) m_callbacks.Error(number, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_RESULT());
-    for (uint32_t i = 0; i + 1 < count && !resultLost; ++i) {
-        m_callbacks.Result(number, frame.parts[i].Get(), i + 1, {});
-        sendLateShutter();
-    }
+    const bool resultLost = m_faults.At(Fault::kErrorResult, number);
+    if (resultLost) m_callbacks->Error(number, nullptr, zelkov::GET_CAMERA3_MSG_ERROR_RESULT());
+    for (uint32_t i = 0; i + 1 < count && !resultLost; ++i)
+        m_callbacks->Result(number, frame.parts[i].Get(), i + 1, {});
 
     const bool flushing = Flushing();
-    const bool firstLost = m_faults.At(Fault::kErrorBuffer, number) || m_faults.At(Fault::kErrorBufferBad, number);
+    const bool firstLost = m_faults.At(Fault::kErrorBuffer, number);
     for (size_t i = 0; i < request.buffers.size(); ++i) {
         zelkov::ZelCamera3StreamBuffer& buffer = request.buffers[i];
         if (i == 0 && firstLost) {
-            // Lost before it was waited on: the acquire fence goes back; the broken variant sends no notify.
-            FailBuffer(buffer, number, buffer.GetAcquireFence(), m_faults.At(Fault::kErrorBuffer, number));
+            // Lost before it was waited on: the acquire fence goes back.
+            FailBuffer(buffer, number, buffer.GetAcquireFence(), true);
         } else {
             FillBuffer(buffer, frame, flushing);
         }
@@ -278,12 +260,7 @@ void Pipeline::Deliver(ExposedFrame& frame) {
         WaitUntil(hold, frame.startNs + request.frameDurationNs);
     }
 
-    const bool sendMetadata = !resultLost || m_faults.At(Fault::kErrorResultBad, number);
-    const uint32_t finalPartial = m_faults.At(Fault::kBadPartial, number) ? count + 1 : count;
-    Complete(request, sendMetadata ? frame.parts[count - 1].Get() : nullptr, sendMetadata ? finalPartial : 0,
-             m_faults.At(Fault::kDropBuffer, number));
-    sendLateShutter();
-    if (m_faults.At(Fault::kDuplicateBuffer, number)) m_callbacks.Result(number, nullptr, 0, {&request.buffers[0]});
+    Complete(request, resultLost ? nullptr : frame.parts[count - 1].Get(), resultLost ? 0 : count);
 }
 
 }  // namespace camera_core

@@ -43,10 +43,8 @@ struct CaptureRequest {
 // A frame between the two stages.
 struct ExposedFrame {
     CaptureRequest request;
-    bool failed = false;  // deliver as ERROR_REQUEST
-    bool shutterSent = false;
-    int64_t startNs = 0;
-    int64_t shutterNs = 0;
+    bool failed = false;          // deliver as ERROR_REQUEST
+    int64_t startNs = 0;          // the shutter's time
     time_t captureTime = 0;       // wall clock, for EXIF
     std::vector<Metadata> parts;  // the result, one buffer per partial
 };
@@ -59,7 +57,8 @@ struct PipelineStats {
 
 class Pipeline {
 public:
-    Pipeline(const CameraConfig& camera, const FrameworkCallbacks& callbacks, Faults faults);
+    // faults: the pipeline's share (Faults::InPipeline).
+    Pipeline(const CameraConfig& camera, std::unique_ptr<FrameworkCallbacks> callbacks, Faults faults);
     ~Pipeline();  // stops the threads; requests still inside are dropped (flush first)
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
@@ -85,10 +84,10 @@ private:
     void FailBuffer(zelkov::ZelCamera3StreamBuffer& buffer, uint32_t frame, int releaseFence, bool notify);
     void FailRequest(CaptureRequest& request);
     // Sends the frame's last result: its buffers leave the pipeline.
-    void Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial, bool dropFirst);
+    void Complete(CaptureRequest& request, const camera_metadata* metadata, uint32_t partial);
 
     const CameraConfig& m_camera;
-    FrameworkCallbacks m_callbacks;
+    const std::unique_ptr<FrameworkCallbacks> m_callbacks;
     Faults m_faults;
     ThreeA m_threeA;
     GyroSource m_gyro;

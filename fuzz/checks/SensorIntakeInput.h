@@ -7,16 +7,14 @@
 //   header (2 bytes)
 //     [0] bit 0: gyroscope latency statistics on (options 2, else 1)
 //         bit 1: the light sensor chip is the rear one (code 1000, else 7)
-//         bits 2-3: which read error a failing pass gets (kSensorIntakeErrors)
-//     [1] events per pass: value % 16 + 1
+//         bits 2-7: unused
+//     [1] unused
 //   records (41 bytes each, little end first), at most kMaxSensorIntakeRecords
 //     kind      1 byte: bits 0-3 pick kSensorIntakeTypes[kind], or `type` past
-//               its end; bit 7: the first read of this event's pass fails
+//               its end; bit 7: the clock cannot be read at this event
 //     type      int32
 //     timestamp int64
 //     data      7 float32
-
-#include <errno.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -35,12 +33,11 @@ struct SensorIntakeRecord {
 constexpr size_t kSensorIntakeHeaderBytes = 2;
 constexpr size_t kSensorIntakeRecordBytes = 1 + 4 + 8 + 7 * 4;
 constexpr size_t kMaxSensorIntakeRecords = 128;
-constexpr uint8_t kFailReadBit = 0x80;
+constexpr uint8_t kClockFailsBit = 0x80;
 
 // The routed platform types, a dropped one (magnetometer) and type 0.
 constexpr int kSensorIntakeTypes[] = {1, 4, 5, 27, 11, 0x10029, 0x1002A, 0x1002F, 2, 0};
 constexpr int kSensorIntakeTypeCount = sizeof(kSensorIntakeTypes) / sizeof(kSensorIntakeTypes[0]);
-constexpr int kSensorIntakeErrors[] = {-EAGAIN, -EINTR, -EIO, -EINVAL};
 
 inline int PlatformTypeOf(const SensorIntakeRecord& record) {
     const int pick = record.kind & 0x0F;

@@ -1,6 +1,5 @@
 #include "SensorTestSupport.h"
 
-#include <chrono>
 #include <thread>
 
 namespace zelkov_test {
@@ -16,8 +15,6 @@ bool WaitUntil(const std::function<bool()>& condition, double seconds) {
 
 void SensorTest::SetUp() {
     zelkov_platform::ResetSensorPlatform();
-    SetHrmNameFile(nullptr);
-    SetRearLightNameFile(nullptr);
     ASSERT_EQ(zelkov::g_sensorListener, nullptr);
     zelkov::g_sensorListenerLoadCount = 0;
 }
@@ -37,6 +34,19 @@ void SensorTest::TearDown() {
     zelkov_platform::SensorPlatformStats stats = zelkov_platform::GetSensorPlatformStats();
     EXPECT_EQ(stats.liveLoopers, 0);
     EXPECT_EQ(stats.liveQueues, 0);
+}
+
+void SensorTest::EnableWithSample(int type, const ASensorEvent& event) {
+    ASSERT_EQ(listener->EnableSensor(type, 0, 0), 0);
+    zelkov_platform::InjectSensorEvent(event);
+    zelkov::SensorListenerEvent ignored;
+    ASSERT_TRUE(WaitUntil([&] { return listener->GetSensorData(type, &ignored, false, nullptr) == 0; }));
+}
+
+float SensorTest::ReadLight(bool wait) {
+    zelkov::SensorListenerEvent event{};
+    EXPECT_EQ(listener->GetSensorData(zelkov::SENSOR_LISTENER_LIGHT, &event, wait, nullptr), 0);
+    return event.light;
 }
 
 }  // namespace zelkov_test

@@ -3,24 +3,13 @@
 
 #include <chrono>
 #include <functional>
-#include <initializer_list>
-#include <mutex>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include <android/sensor_manager/internal/SensorListener.h>
-#include <sensorndkbridge/looper_camera.h>
 #include <zelkov_platform/sensor_control.h>
 
-#include "SensorListenerTestPeer.h"
-
 namespace zelkov_test {
-
-// Sets what the sysfs name files hold for getAlcStatus; null: the file is absent.
-void SetHrmNameFile(const char* content);
-void SetRearLightNameFile(const char* content);
 
 // Polls `condition` until it holds or `seconds` pass; returns the last result.
 bool WaitUntil(const std::function<bool()>& condition, double seconds = 10.0);
@@ -30,15 +19,31 @@ inline double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Every listener test starts from a fresh platform, no listener loaded and
-// both name files absent, and checks on exit that no listener is left. A
-// test that loads into `listener` has its enables given back and its load
+// Every listener test starts from a fresh platform and no listener loaded,
+// and checks on exit that no listener, type, looper or queue is left. A test
+// that loads into `listener` has its enables given back and its load
 // released at the end.
 class SensorTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // Enables `type`, injects `event` and reads it once, so that the next
+    // waiting read has to wait.
+    void EnableWithSample(int type, const ASensorEvent& event);
+    // The light sample that GetSensorData returns (0 on failure).
+    float ReadLight(bool wait);
+
     zelkov::ISensorListener* listener = nullptr;
+};
+
+// The same, with `listener` loaded.
+class LoadedSensorTest : public SensorTest {
+protected:
+    void SetUp() override {
+        SensorTest::SetUp();
+        listener = zelkov::LoadSensorListener();
+    }
 };
 
 }  // namespace zelkov_test

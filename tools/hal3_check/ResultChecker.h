@@ -4,16 +4,16 @@
 // only copy what they are given and queue it; one checker thread takes the
 // queue in order and keeps the in-flight table: which frames are out, their
 // shutter, partial results, buffers and error notifications. Every broken
-// rule becomes one finding "[rule <id>] ..." (Rules.h): a failure, or a
-// warning for a "should" rule. Everything the device hands over is bounded
+// rule becomes one finding (Finding.h) handed to the scenario's sink. Everything the device hands over is bounded
 // before it is read: counts against the request, metadata validated before
 // it is cloned.
 
+#include "FindingSink.h"
 #include "Metadata.h"
-#include "Rules.h"
 
 #include <hardware/camera3.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -32,18 +32,25 @@ int64_t NowNs();  // steady clock
 
 struct ReturnedBuffer {
     camera3_stream_t* stream;
+    // As submitted: the module may return a pointer to its own copy of the
+    // handle, so a returned buffer is matched by the handle it points at.
     buffer_handle_t* handle;
     int status;
     int acquireFence = -1, releaseFence = -1;
+    buffer_handle_t value = nullptr;  // *handle when the device returned it
 };
 
 // What the checker needs of the camera's static metadata and the run.
 struct CheckerLimits {
-    uint32_t partialCount = 1;  // android.request.partialResultCount
-    int pipelineMaxDepth = 0;   // android.request.pipelineMaxDepth; 0: not checked
-    int64_t stallNs = 0;        // no progress for this long is a time-out
+    uint32_t partialCount = 1;      // android.request.partialResultCount
+    int pipelineMaxDepth = 0;       // android.request.pipelineMaxDepth; 0: not checked
+    int64_t stallNs = 0;            // no progress for this long is a time-out
+    std::set<uint32_t> resultKeys;  // android.request.availableResultKeys; empty: not checked
 };
-CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs);
+// The stall time is what the camera service waits for a buffer the device
+// holds (Camera3Stream.cpp getBuffer: 3 s plus the stream's durations) from the
+// longest advertised frame and stall durations, or `stallNs` if longer.
+CheckerLimits LimitsOf(const StaticInfo& staticInfo, int64_t stallNs);
 
 // A frame the device has finished with, as the scenario sees it.
 struct FrameRecord {
@@ -57,11 +64,12 @@ struct FrameRecord {
 
 class ResultChecker {
 public:
-    // Runs on the checker thread for each returned buffer; returns a failure or "".
-    using Inspector = std::function<std::string(uint32_t frame, const ReturnedBuffer&)>;
+    // Runs on the checker thread for each returned buffer; its findings go to the sink.
+    using Inspector = std::function<void(uint32_t frame, const ReturnedBuffer&, FindingSink&)>;
     using TraceSink = std::function<void(const std::string&)>;
 
-    ResultChecker(const CheckerLimits& limits, TraceSink trace);
+    // Findings go to `findings`, which outlives the checker; frame lines to `trace`.
+    ResultChecker(const CheckerLimits& limits, FindingSink& findings, TraceSink trace);
     ~ResultChecker();
 
     // Callback side: copy and queue, nothing else.
@@ -90,10 +98,8 @@ public:
     bool WaitIdle();
     size_t InFlight();
     std::vector<FrameRecord> TakeCompleted();
-    std::vector<std::string> TakeFailures();
-    std::vector<std::string> TakeWarnings();
-    // A finding from outside ("[rule <id>] ..."); a "should" rule's is a warning.
-    void Fail(const std::string& finding);
+    // A finding from outside, in order with the checker's own.
+    void Fail(Finding finding);
     std::string InFlightTable();
     uint32_t errorFrames();
     // CPU time of the checker thread so far.
@@ -103,14 +109,16 @@ private:
     struct Event;
     struct Pending {
         camera3_stream_t* stream;
-        buffer_handle_t* handle;
+        buffer_handle_t* handle;  // as submitted
+        buffer_handle_t value;    // what it pointed at
         bool returned = false;
         int status = CAMERA3_BUFFER_STATUS_OK;
         uint32_t overtakenBy = 0;  // a later frame's buffer of this stream came back first
     };
     struct Entry {
         int64_t submitNs = 0;
-        bool shutter = false, anyResult = false, anyMetadata = false, finalMetadata = false;
+        bool zslStill = false;  // android.control.enableZsl in a still capture: its own order, older timestamps
+        bool shutter = false, anyMetadata = false, finalMetadata = false, finalNonEmpty = false;
         bool errorRequest = false, errorResult = false;
         uint64_t shutterNs = 0;
         int64_t sensorNs = -1;
@@ -129,17 +137,20 @@ private:
     void MergeMetadata(Entry& entry, MetadataPtr metadata);
     void HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b);
     bool BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer& b);
-    void WaitReleaseFence(const std::string& f, int fence);
+    void WaitReleaseFence(uint32_t frame, int fence);
     void HandleShutter(const camera3_shutter_msg_t& shutter);
     void HandleError(const camera3_error_msg_t& err);
     void MaybeComplete(uint32_t frame, int64_t arrivalNs);
+    void CheckStatesAtOpen(uint32_t frame, const camera_metadata_t* result);
+    void FlagUnnotifiedErrorBuffers();
     Entry* Lookup(uint32_t frame, const char* what);
     void ExplainStall();
-    void FailLocked(const std::string& finding);
-    void Flag(const char* rule, const std::string& detail) { FailLocked(Finding(rule, detail)); }
+    void Flag(RuleId rule, int64_t frame, std::string detail) { m_findings.Add({rule, frame, std::move(detail)}); }
+    void Flag(RuleId rule, std::string detail) { Flag(rule, kNoFrame, std::move(detail)); }
     std::string InFlightTableLocked();
 
     const CheckerLimits m_limits;
+    FindingSink& m_findings;
     TraceSink m_trace;
     Inspector m_inspector;
 
@@ -149,6 +160,7 @@ private:
     uint64_t m_pushed = 0;
     bool m_stop = false;
     std::map<uint32_t, uint32_t> m_requestBuffers;  // buffers of each submitted frame, to bound results
+    bool m_lastZslStill = false;                    // of the last settings submitted (a null repeats them)
 
     // Checker state, guarded by stateMutex_.
     std::mutex m_stateMutex;
@@ -156,15 +168,29 @@ private:
     uint64_t m_handled = 0;
     int64_t m_lastProgressNs = 0;
     std::map<uint32_t, Entry> m_inFlight;
-    std::map<uint32_t, bool> m_done;      // finished frames: true when by ERROR_REQUEST
+    enum class Ended { kNormally, kByErrorRequest, kByErrorResultBeforeShutter };
+    std::map<uint32_t, Ended> m_done;     // finished frames
     std::set<uint32_t> m_stallExplained;  // frames already named by a time-out
+    // Error buffers of finished frames still waiting for their ERROR_BUFFER.
+    std::map<uint32_t, std::set<camera3_stream_t*>> m_unnotified;
     std::map<camera3_stream_t*, std::deque<uint32_t>> m_streamQueues;
-    uint32_t m_lastShutterFrame = 0, m_lastFinalFrame = 0;
-    bool m_anyShutter = false, m_anyFinal = false, m_deviceError = false, m_flushing = false;
+    // Frame order of shutters and final results; ZSL still captures keep their own.
+    struct Order {
+        bool any = false;
+        uint32_t last = 0;
+        // False when `frame` comes after the last one.
+        bool Behind(uint32_t frame) const { return any && frame <= last; }
+        void Take(uint32_t frame) { any = true, last = std::max(last, frame); }
+    };
+    Order m_shutterOrder[2], m_finalOrder[2];  // [zslStill]
+    bool m_deviceError = false, m_flushing = false, m_anyCompleted = false, m_anyShutter = false;
+    // Only the notify ends the device's output: after a call's -ENODEV, work in
+    // flight may still come back.
+    bool m_errorDeviceNotified = false;
+    std::set<uint32_t> m_unlistedKeys;  // result keys already named as not listed
     uint64_t m_lastShutterNs = 0;
     uint32_t m_errorFrames = 0;
     std::vector<FrameRecord> m_completed;
-    std::vector<std::string> m_failures, m_warnings;
     int64_t m_cpuNs = 0;
 
     std::thread m_thread;

@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -28,6 +29,8 @@ struct SensorListenerExtraDataInternal {
     int64_t latencies[kMaxLatencies] = {};
     int64_t oldest = 0;  // index of the oldest entry once the ring is full
 
+    // Adds one latency; once the ring is full it takes the oldest one's place.
+    void Record(int64_t latency);
     // The i-th latency counted from the oldest, for i below latency_count.
     int64_t At(int64_t i) const { return latencies[(oldest + i) % kMaxLatencies]; }
 };
@@ -35,6 +38,30 @@ struct SensorListenerExtraDataInternal {
 // The platform sensor type of a SensorListenerType bit; 0 (with a message)
 // for an unsupported value.
 int sensorMatching(int type);
+
+// Stores one platform event into `store` and returns the type bit it filled,
+// 0 for an event that is dropped. A gyroscope event adds its delivery latency
+// (`now` minus its timestamp; none when `now` is 0) to `stats` while
+// `options` has bit 2; a type-16 event keeps its six extra values only while
+// `hrmSensorType` is 1000 (a rear light sensor). The looper calls it on the
+// listener's members under m_data_lock, then raises m_new_data, wakes the
+// waiting queries and sets the bit in m_valid_mask.
+uint32_t StoreSensorEvent(const ASensorEvent& event, int64_t now, int32_t options, int32_t hrmSensorType,
+                          SensorListenerEvent& store, SensorListenerExtraDataInternal& stats);
+
+// The wait handshake between the queries and the looper, on the listener's
+// m_data_cond, m_notify_seq and m_waiting, all under m_data_lock. A wait ends
+// at the first notification given after it began, or at its time-out; a
+// spurious wake-up of the condition does not end it.
+void NotifySampleWaiters(std::condition_variable& cond, uint64_t& notifySeq, int waiting);
+void WaitForSample(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, const uint64_t& notifySeq,
+                   int& waiting, std::chrono::milliseconds timeout);
+
+// The HRM sensor type code for what sysfs holds: `hrmName` is the line read
+// from the HRM chip's name file ("" when none could be read, null when the
+// file does not open); `rearLightPresent` tells whether the rear light
+// sensor's name file opens. Logs what getAlcStatus logs.
+int AlcStatusOf(const char* hrmName, bool rearLightPresent);
 
 class SensorListener : public android::RefBase, public ISensorListener {
 public:
@@ -53,8 +80,6 @@ public:
     bool sensorLooperThread();
 
 private:
-    friend struct SensorListenerTestPeer;
-
     // Runs sensorLooperThread until asked to exit.
     class SensorListenerThread : public android::Thread {
     public:
@@ -80,13 +105,9 @@ private:
     // Fetches the platform list again, keeping the previous one for the log.
     void refreshSensorList(ASensorManager* manager);
     bool isTypeListed(int type);
-    // Stores one event under m_data_lock; returns the type bit it filled, 0 if dropped.
-    uint32_t storeEventLocked(const ASensorEvent& event, int64_t now);
     // Ends every wait in progress: a sample was stored, or the control side
     // wants the readers to look again. Called with m_data_lock held.
     void notifyWaitersLocked();
-    // `now` is read before the store's lock is taken: 0 when the clock failed.
-    void recordLatencyLocked(int64_t now, int64_t timestamp);
     // The body of GetSensorData, run while the call is counted in m_readers;
     // `lock` (of m_data_lock) may be left held.
     int readSample(int type, SensorListenerEvent* event, bool wait, SensorListenerExtraData* extra,

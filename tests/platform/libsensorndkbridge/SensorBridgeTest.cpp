@@ -4,8 +4,6 @@
 // errors and streams are proved through the listener in tests/sensor_manager.
 // Every blocking poll is bounded, so a fault fails instead of hanging.
 #include <chrono>
-#include <cmath>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
@@ -18,9 +16,6 @@
 #include <zelkov_platform/sensor_control.h>
 
 using namespace zelkov_platform;
-
-// Exported by the platform's bridge without a declaration in the NDK header.
-extern "C" float ASensor_getMaxRange(ASensor const* sensor);
 
 namespace {
 
@@ -108,16 +103,6 @@ TEST_F(SensorBridgeTest, EachPollTakesTheReadySignalAndAWakeWaitsBehindEvents) {
     waker.join();
 }
 
-TEST_F(SensorBridgeTest, AnEmptyListIsAnArrayOfNoSensors) {
-    SetSensorList({});
-    ASensorList list = nullptr;
-    EXPECT_EQ(ASensorManager_getSensorList(manager, &list), 0);
-    EXPECT_NE(list, nullptr) << "the platform hands out a zero-length array";
-    EXPECT_EQ(Sensor(ASENSOR_TYPE_ACCELEROMETER), nullptr);
-}
-
-// The default is the first sensor of the type whose wake-up flag is the
-// type's default: wake-up for proximity and the gestures, else not.
 TEST_F(SensorBridgeTest, DefaultSensorHasTheTypesDefaultWakeUpFlag) {
     std::vector<SimulatedSensor> sensors = {{ASENSOR_TYPE_PROXIMITY, "Proximity", 10},
                                             {ASENSOR_TYPE_PROXIMITY, "Proximity wake-up", 11},
@@ -136,48 +121,6 @@ TEST_F(SensorBridgeTest, DefaultSensorHasTheTypesDefaultWakeUpFlag) {
     EXPECT_EQ(Sensor(ASENSOR_TYPE_PROXIMITY), nullptr) << "no wake-up proximity sensor";
 }
 
-TEST_F(SensorBridgeTest, SensorDescriptionAndItsInvalidValues) {
-    SimulatedSensor gyro(ASENSOR_TYPE_GYROSCOPE, "Gyro", 21);
-    gyro.vendor = "Vendor";
-    gyro.stringType = "android.sensor.gyroscope";
-    gyro.resolution = 0.5f;
-    gyro.maxRange = 35.0f;
-    gyro.minDelayUs = 2500;
-    gyro.fifoMaxEventCount = 300;
-    gyro.fifoReservedEventCount = 100;
-    gyro.reportingMode = AREPORTING_MODE_ON_CHANGE;
-    SetSensorList({gyro});
-    const ASensor* sensor = Sensor(ASENSOR_TYPE_GYROSCOPE);
-    ASSERT_NE(sensor, nullptr);
-    EXPECT_STREQ(ASensor_getName(sensor), "Gyro");
-    EXPECT_STREQ(ASensor_getVendor(sensor), "Vendor");
-    EXPECT_STREQ(ASensor_getStringType(sensor), "android.sensor.gyroscope");
-    EXPECT_EQ(ASensor_getResolution(sensor), 0.5f);
-    EXPECT_EQ(ASensor_getMaxRange(sensor), 35.0f);
-    EXPECT_EQ(ASensor_getMinDelay(sensor), 2500);
-    EXPECT_EQ(ASensor_getFifoMaxEventCount(sensor), 300);
-    EXPECT_EQ(ASensor_getFifoReservedEventCount(sensor), 100);
-    EXPECT_EQ(ASensor_getReportingMode(sensor), AREPORTING_MODE_ON_CHANGE);
-    EXPECT_EQ(ASensor_getHandle(sensor), 21);
-    EXPECT_FALSE(ASensor_isWakeUpSensor(sensor));
-    EXPECT_FALSE(ASensor_isDirectChannelTypeSupported(sensor, ASENSOR_DIRECT_CHANNEL_TYPE_SHARED_MEMORY));
-    EXPECT_EQ(ASensor_getHighestDirectReportRateLevel(sensor), ASENSOR_DIRECT_RATE_STOP);
-
-    EXPECT_EQ(ASensor_getName(nullptr), nullptr);
-    EXPECT_EQ(ASensor_getVendor(nullptr), nullptr);
-    EXPECT_EQ(ASensor_getStringType(nullptr), nullptr);
-    EXPECT_TRUE(std::isnan(ASensor_getResolution(nullptr)));
-    EXPECT_TRUE(std::isnan(ASensor_getMaxRange(nullptr)));
-    EXPECT_EQ(ASensor_getMinDelay(nullptr), ASENSOR_DELAY_INVALID);
-    EXPECT_EQ(ASensor_getFifoMaxEventCount(nullptr), ASENSOR_FIFO_COUNT_INVALID);
-    EXPECT_EQ(ASensor_getFifoReservedEventCount(nullptr), ASENSOR_FIFO_COUNT_INVALID);
-    EXPECT_EQ(ASensor_getReportingMode(nullptr), AREPORTING_MODE_INVALID);
-    EXPECT_EQ(ASensor_getHandle(nullptr), ASENSOR_INVALID);
-    EXPECT_FALSE(ASensor_isWakeUpSensor(nullptr));
-}
-
-// The service clamps the period to [minDelay, maxDelay] (the lower bound
-// wins) and refuses a sensor it fails to start or no longer lists.
 TEST_F(SensorBridgeTest, RegistrationClampsThePeriodAndCanBeRefused) {
     SimulatedSensor accel(ASENSOR_TYPE_ACCELEROMETER, "Accel", 1);
     accel.minDelayUs = 2500;
@@ -254,23 +197,6 @@ TEST_F(SensorBridgeTest, DisablingASensorEnabledOnNoQueueIsRefused) {
     EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0);
 }
 
-TEST_F(SensorBridgeTest, RegisteredPeriodIsTheLastRegistrations) {
-    ASensorEventQueue* other = NewQueue();
-    const ASensor* accel = Sensor(ASENSOR_TYPE_ACCELEROMETER);
-    for (ASensorEventQueue* first : {queue, other}) {
-        ASensorEventQueue* second = first == queue ? other : queue;
-        ASSERT_EQ(ASensorEventQueue_registerSensor(first, accel, 1000, 0), 0);
-        ASSERT_EQ(ASensorEventQueue_registerSensor(second, accel, 2000, 0), 0);
-        EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 2000);
-    }
-    ASSERT_EQ(ASensorEventQueue_registerSensor(other, accel, 3000, 0), 0);
-    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 3000);
-    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, other), 0);
-    EXPECT_EQ(RegisteredSamplingPeriodUs(ASENSOR_TYPE_ACCELEROMETER), 2000) << "the destroyed queue's is gone";
-}
-
-// A read error set up by the control API comes after the null checks and
-// waits for a read that gets that far.
 TEST_F(SensorBridgeTest, AnInjectedReadErrorKeepsTheNullChecks) {
     FailNextGetEvents(-4);
     ASensorEvent event;
@@ -322,23 +248,6 @@ TEST_F(SensorBridgeTest, WakeEndsAPollInProgress) {
     const auto waited = std::chrono::steady_clock::now() - start;
     waker.join();
     EXPECT_LT(waited, std::chrono::milliseconds(kBoundMs / 2)) << "the wake did not end the poll";
-}
-
-// The platform's bridge has one looper for the process, whatever the thread.
-TEST_F(SensorBridgeTest, ThreadLooperIsTheProcessLooper) {
-    ALooper* mine = ALooper_prepare(0);
-    ALooper* theirs = nullptr;
-    std::thread([&] { theirs = ALooper_forThread(); }).join();
-    EXPECT_EQ(mine, theirs);
-    EXPECT_EQ(ALooper_forThread(), mine);
-    ASensorEventQueue* onIt = ASensorManager_createEventQueue(manager, mine, 0, nullptr, nullptr);
-    ASSERT_EQ(ASensorEventQueue_enableSensor(onIt, Sensor(ASENSOR_TYPE_LIGHT)), 0);
-    Inject(ASENSOR_TYPE_LIGHT);
-    int fd = -1;
-    EXPECT_EQ(ALooper_pollOnce(0, &fd, nullptr, nullptr), ALOOPER_POLL_CALLBACK);
-    EXPECT_EQ(fd, 0);
-    EXPECT_EQ(ALooper_pollOnce(0, nullptr, nullptr, nullptr), ALOOPER_POLL_TIMEOUT);
-    EXPECT_EQ(ASensorManager_destroyEventQueue(manager, onIt), 0);
 }
 
 TEST_F(SensorBridgeTest, NullManagerOrLooperArguments) {

@@ -108,7 +108,8 @@ struct SensorPlatformStats {
     int queuesCreated;
     uint64_t droppedEvents;
     uint64_t injectedEvents;
-    int wakes;  // ALooper_wake calls on live loopers
+    int wakes;              // ALooper_wake calls on live loopers
+    int lastPollTimeoutMs;  // asked for by the poll begun last
 };
 SensorPlatformStats GetSensorPlatformStats();
 // Events waiting in all live queues.
