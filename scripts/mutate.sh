@@ -31,15 +31,36 @@ if command -v ccache >/dev/null; then
 fi
 
 # The working tree as it is (uncommitted edits included), without build trees.
+# A file whose content differs is copied with a new time stamp, so the build
+# sees it changed even when it is older than the objects of the last run (a
+# merge, or a mutated file an interrupted run left behind); files gone from the
+# tree go from the copy too, as globs in the build files would find them.
 sync_tree() {
     mkdir -p "$scratch"
-    tar -C "$repo" --exclude=./build --exclude=./.git -cf - . | tar -C "$scratch" -xf -
-    # A run that was interrupted left a mutated file behind: the copy above put
-    # back its older time stamp, so mark it changed for the build.
-    find "$scratch" -name '*.mutate-original' -print0 | while IFS= read -r -d '' saved; do
-        rm -f "$saved"
-        touch "${saved%.mutate-original}"
-    done
+    python3 - "$repo" "$scratch" <<'PY'
+import filecmp, os, shutil, sys
+repo, scratch = sys.argv[1:3]
+def walk(top):
+    for root, dirs, files in os.walk(top):
+        rel = os.path.relpath(root, top)
+        if rel == ".":
+            dirs[:] = [d for d in dirs if d not in ("build", ".git")]
+            files = [f for f in files if f != ".git"]
+        for name in dirs + files:
+            yield os.path.normpath(os.path.join(rel, name))
+wanted = set()
+for path in walk(repo):
+    wanted.add(path)
+    source, copy = os.path.join(repo, path), os.path.join(scratch, path)
+    if os.path.isdir(source):
+        os.makedirs(copy, exist_ok=True)
+    elif not os.path.isfile(copy) or not filecmp.cmp(source, copy, shallow=False):
+        shutil.copy(source, copy)
+for path in sorted(walk(scratch), reverse=True):
+    if path not in wanted:
+        target = os.path.join(scratch, path)
+        shutil.rmtree(target) if os.path.isdir(target) and not os.path.islink(target) else os.remove(target)
+PY
 }
 
 # Exit status 0 when the line is one of the selected mutants.
