@@ -159,7 +159,7 @@ private:
     std::set<uint32_t> m_stallExplained;  // frames already named by a time-out
     std::map<camera3_stream_t*, std::deque<uint32_t>> m_streamQueues;
     uint32_t m_lastShutterFrame = 0, m_lastFinalFrame = 0;
-    bool m_anyShutter = false, m_anyFinal = false, m_deviceError = false, m_flushing = false;
+    bool m_anyShutter = false, m_anyFinal = false, m_deviceError = false, m_deviceLost = false, m_flushing = false;
     uint64_t m_lastShutterNs = 0;
     uint32_t m_errorFrames = 0;
     std::vector<FrameRecord> m_completed;

@@ -459,6 +459,8 @@ private:
             b.acquire_fence = b.release_fence = -1;
         }
         const bool special = r.frame == kRogueFrame;
+        for (auto& b : r.buffers)
+            if (b.status == CAMERA3_BUFFER_STATUS_ERROR) Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, b.stream);
         camera3_capture_result_t buffers{};
         buffers.frame_number = r.frame;
         buffers.num_output_buffers = uint32_t(r.buffers.size());
