@@ -312,12 +312,14 @@ private:
         // Two YUV streams are in no LEGACY combination.
         if (Is("legacy") && yuvs > 1) return -EINVAL;
         std::lock_guard<std::mutex> lock(m_mutex);
+        for (camera3_stream_t* old : m_streams) old->priv = nullptr;  // records of a refused try stay valid
         m_streams.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             camera3_stream_t* s = config->streams[i];
             s->usage = kProducerUsage;  // ours only: the framework adds the consumer's
             s->max_buffers = kMaxBuffers;
             m_streams.push_back(s);
+            s->priv = this;  // requests are matched by it, as many modules do
         }
         return 0;
     }
@@ -340,8 +342,7 @@ private:
         std::unique_lock<std::mutex> lock(m_mutex);
         if (r->settings == nullptr && !m_lastSettings) return -EINVAL;
         for (uint32_t i = 0; i < r->num_output_buffers; ++i)
-            if (std::find(m_streams.begin(), m_streams.end(), r->output_buffers[i].stream) == m_streams.end())
-                return -EINVAL;
+            if (r->output_buffers[i].stream == nullptr || r->output_buffers[i].stream->priv != this) return -EINVAL;
         if (r->settings != nullptr) m_lastSettings.reset(clone_camera_metadata(r->settings));
         Request q{r->frame_number,
                   Metadata(clone_camera_metadata(m_lastSettings.get())),
@@ -373,6 +374,7 @@ private:
     int Close() {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
+            for (camera3_stream_t* s : m_streams) s->priv = nullptr;  // the last configured streams are still valid
             m_stop = true;
             m_cv.notify_all();
         }
