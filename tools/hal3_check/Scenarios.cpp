@@ -309,7 +309,14 @@ std::vector<std::vector<StreamSpec>> CameraScenario::MandatoryCombinations() con
                 if (spec.width == 0) break;  // nothing that small: the combination does not apply
                 specs.push_back(spec);
             }
-            if (specs.size() == combination.size()) out.push_back(specs);
+            auto same = [&](const std::vector<StreamSpec>& o) {
+                return std::equal(o.begin(), o.end(), specs.begin(), specs.end(), [](const auto& a, const auto& b) {
+                    return a.format == b.format && a.width == b.width && a.height == b.height &&
+                           a.consumerUsage == b.consumerUsage;
+                });
+            };
+            // RECORD taken as PREVIEW makes some combinations of a higher level repeat a lower one's.
+            if (specs.size() == combination.size() && std::none_of(out.begin(), out.end(), same)) out.push_back(specs);
         }
     return out;
 }
