@@ -17,6 +17,8 @@
 //   own_handle         results point at the module's own copies of the buffer handles
 //   atoi_ids           camera ids parsed with atoi ("x" opens camera 0)
 //   vendor_unchanged   get_vendor_tag_ops leaves the ops as they were
+//   slow_start         the first frames after configure come two frame times apart
+//   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
 // The rogue ones misbehave once, at frame 3 (or from the start):
 //   crash_request  process_capture_request dies of SIGSEGV
 //   hang_flush     flush never returns (from the first flush on)
@@ -38,6 +40,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -237,7 +240,8 @@ void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
         mapper.lock(handle, uint32_t(kProducerUsage), android::Rect(int(bytes), 1), &data) == 0) {
         memcpy(data, out, size);
         camera3_jpeg_blob_t trailer{CAMERA3_JPEG_BLOB_ID, uint32_t(size)};
-        memcpy(static_cast<uint8_t*>(data) + bytes - sizeof trailer, &trailer, sizeof trailer);
+        size_t at = Is("jpeg_trailer_after_data") ? size : bytes - sizeof trailer;
+        memcpy(static_cast<uint8_t*>(data) + at, &trailer, sizeof trailer);
         mapper.unlock(handle);
     }
     free(out);
@@ -312,6 +316,7 @@ private:
         // Two YUV streams are in no LEGACY combination.
         if (Is("legacy") && yuvs > 1) return -EINVAL;
         std::lock_guard<std::mutex> lock(m_mutex);
+        m_sinceConfigure = 0;
         for (camera3_stream_t* old : m_streams) old->priv = nullptr;  // records of a refused try stay valid
         m_streams.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
@@ -415,7 +420,8 @@ private:
 
     // One frame time after the previous one, then the results.
     void Process(Request& r) {
-        m_nextNs = std::max(m_nextNs + kFrameNs, NowNs());
+        const int64_t step = Is("slow_start") && m_sinceConfigure++ < kMaxBuffers ? 2 * kFrameNs : kFrameNs;
+        m_nextNs = std::max(m_nextNs + step, NowNs());
         std::this_thread::sleep_for(std::chrono::nanoseconds(m_nextNs - NowNs()));
         uint64_t timestampNs = uint64_t(m_nextNs);
         camera_metadata_ro_entry_t zsl, intent;
@@ -537,6 +543,7 @@ private:
     // Of the one thread that processes (the worker, or the caller when synchronous).
     uint32_t m_lastFrame = 0;
     int64_t m_nextNs = 0;
+    std::atomic<uint32_t> m_sinceConfigure{0};
     uint64_t m_lastTimestampNs = 0;
     std::thread m_worker;
 };
