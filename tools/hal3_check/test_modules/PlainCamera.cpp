@@ -17,6 +17,8 @@
 //   own_handle         results point at the module's own copies of the buffer handles
 //   atoi_ids           camera ids parsed with atoi ("x" opens camera 0)
 //   vendor_unchanged   get_vendor_tag_ops leaves the ops as they were
+//   color_bars         COLOR_BARS on a 16:9 array: applied two frames after the request
+//                      (android.sync.maxLatency), cropped in 4:3 streams
 //   slow_start         the first frames after configure come two frame times apart
 //   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
 // The rogue ones misbehave once, at frame 3 (or from the start):
@@ -40,6 +42,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -63,6 +66,8 @@ constexpr uint32_t kMaxBuffers = 4;
 constexpr int32_t kJpegMaxSize = 300000;
 constexpr uint32_t kRogueFrame = 3;
 const int32_t kSizes[][2] = {{640, 480}, {320, 240}};
+
+constexpr int32_t kPatternLatency = 2;
 
 const std::string& Mode() {
     static const std::string mode = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
@@ -132,6 +137,9 @@ Metadata Defaults(int type) {
     return m;
 }
 
+// 4:3, or 16:9 at the same height for the cropped colour bars.
+int32_t ArrayWidth() { return Is("color_bars") ? kSizes[0][1] * 16 / 9 : kSizes[0][0]; }
+
 Metadata Characteristics() {
     Metadata m(allocate_camera_metadata(64, 4096));
     const uint8_t level = Is("legacy")     ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY
@@ -159,10 +167,13 @@ Metadata Characteristics() {
     Put<int32_t>(m, ANDROID_JPEG_MAX_SIZE, {kJpegMaxSize});
     Put<int32_t>(m, ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES, {0, 0});
     Put<uint8_t>(m, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, {uint8_t(0)});
-    Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, kSizes[0][0], kSizes[0][1]});
-    Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {kSizes[0][0], kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, ArrayWidth(), kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {ArrayWidth(), kSizes[0][1]});
     Put<int32_t>(m, ANDROID_SENSOR_ORIENTATION, {90});
-    Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
+    if (Is("color_bars"))
+        Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0, ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS});
+    else
+        Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
     Put<uint8_t>(m, ANDROID_LENS_FACING,
                  {uint8_t(Is("external") ? ANDROID_LENS_FACING_EXTERNAL : ANDROID_LENS_FACING_BACK)});
     Put<float>(m, ANDROID_LENS_INFO_MINIMUM_FOCUS_DISTANCE, {0.0f});    // fixed focus
@@ -172,7 +183,7 @@ Metadata Characteristics() {
     Put<uint8_t>(m, ANDROID_CONTROL_AVAILABLE_MODES, {uint8_t(0), uint8_t(1)});
     Put<int32_t>(m, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30, 30, 30});
     Put<int32_t>(m, ANDROID_CONTROL_MAX_REGIONS, {0, 0, 0});
-    Put<int32_t>(m, ANDROID_SYNC_MAX_LATENCY, {-1});  // UNKNOWN
+    Put<int32_t>(m, ANDROID_SYNC_MAX_LATENCY, {Is("color_bars") ? kPatternLatency : -1});  // -1: UNKNOWN
     Metadata defaults = Defaults(CAMERA3_TEMPLATE_PREVIEW);
     std::vector<int32_t> requestKeys = Tags(defaults.get()), resultKeys = requestKeys;
     for (uint32_t tag : kResultOnlyTags) resultKeys.push_back(int32_t(tag));
@@ -192,16 +203,30 @@ const camera_metadata_t* StaticInfo() {
 // Luma of the picture: a dark top row over a horizontal ramp.
 uint8_t Luma(uint32_t x, uint32_t y, uint32_t width) { return y == 0 ? 16 : uint8_t(48 + x * 160 / width); }
 
-void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height) {
+// Y, Cb, Cr of pixel x: the ramp, or the 8 colour bars (BT.601) across the
+// array, of which a narrower stream shows the centre.
+std::array<uint8_t, 3> Pixel(uint32_t x, uint32_t y, uint32_t width, uint32_t height, bool bars) {
+    static const uint8_t kBars[8][3] = {{235, 128, 128}, {210, 16, 146}, {170, 166, 16}, {145, 54, 34},
+                                        {106, 202, 222}, {81, 90, 240},  {41, 240, 110}, {16, 128, 128}};
+    if (!bars) return {Luma(x, y, width), 128, 128};
+    double visible = std::min(1.0, (double(width) / height) / (double(ArrayWidth()) / kSizes[0][1]));
+    double across = (1 - visible) / 2 + (x + 0.5) / width * visible;
+    const uint8_t* c = kBars[std::min(7, int(across * 8))];
+    return {c[0], c[1], c[2]};
+}
+
+void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height, bool bars) {
     android_ycbcr p{};
     const android::Rect bounds(static_cast<int>(width), static_cast<int>(height));
     if (android::GraphicBufferMapper::get().lockYCbCr(handle, uint32_t(kProducerUsage), bounds, &p) != 0) return;
     for (uint32_t y = 0; y < height; ++y)
-        for (uint32_t x = 0; x < width; ++x) static_cast<uint8_t*>(p.y)[y * p.ystride + x] = Luma(x, y, width);
+        for (uint32_t x = 0; x < width; ++x)
+            static_cast<uint8_t*>(p.y)[y * p.ystride + x] = Pixel(x, y, width, height, bars)[0];
     for (uint32_t y = 0; y < height / 2; ++y)
         for (uint32_t x = 0; x < width / 2; ++x) {
-            static_cast<uint8_t*>(p.cb)[y * p.cstride + x * p.chroma_step] = 128;
-            static_cast<uint8_t*>(p.cr)[y * p.cstride + x * p.chroma_step] = 128;
+            std::array<uint8_t, 3> c = Pixel(2 * x, 2 * y, width, height, bars);
+            static_cast<uint8_t*>(p.cb)[y * p.cstride + x * p.chroma_step] = c[1];
+            static_cast<uint8_t*>(p.cr)[y * p.cstride + x * p.chroma_step] = c[2];
         }
     android::GraphicBufferMapper::get().unlock(handle);
 }
@@ -260,6 +285,7 @@ struct Request {
     Metadata settings;
     std::vector<camera3_stream_buffer_t> buffers;
     std::vector<buffer_handle_t> handles;  // own_handle: the copies results point at
+    int32_t pattern = 0;                   // the test pattern the frame shows
 };
 
 // Waits on an acquire fence as sync_wait does (a fence is a pollable fd) and
@@ -424,6 +450,15 @@ private:
         m_nextNs = std::max(m_nextNs + step, NowNs());
         std::this_thread::sleep_for(std::chrono::nanoseconds(m_nextNs - NowNs()));
         uint64_t timestampNs = uint64_t(m_nextNs);
+        // The pattern asked kPatternLatency requests earlier is the one the sensor shows now.
+        camera_metadata_ro_entry_t pattern;
+        m_patterns.push_back(
+            find_camera_metadata_ro_entry(r.settings.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, &pattern) == 0
+                ? pattern.data.i32[0]
+                : 0);
+        r.pattern = m_patterns.size() > kPatternLatency ? m_patterns[m_patterns.size() - 1 - kPatternLatency] : 0;
+        if (!Is("color_bars")) r.pattern = m_patterns.back();
+        if (m_patterns.size() > kPatternLatency) m_patterns.erase(m_patterns.begin());
         camera_metadata_ro_entry_t zsl, intent;
         if (find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_ENABLE_ZSL, &zsl) == 0 &&
             zsl.data.u8[0] != 0 &&
@@ -463,7 +498,8 @@ private:
             if (b.stream->format == kBlob)
                 DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
             else
-                DrawYuv(*b.buffer, b.stream->width, b.stream->height);
+                DrawYuv(*b.buffer, b.stream->width, b.stream->height,
+                        r.pattern == ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS);
             b.acquire_fence = b.release_fence = -1;
         }
         const bool special = r.frame == kRogueFrame;
@@ -512,6 +548,7 @@ private:
         bool aeOn =
             find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
         Put<int64_t>(result, ANDROID_SENSOR_TIMESTAMP, {ts});
+        Put<int32_t>(result, ANDROID_SENSOR_TEST_PATTERN_MODE, {r.pattern});
         Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE, {uint8_t(aeOn ? 2 : 0)});  // CONVERGED / INACTIVE
         Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});              // fixed focus: OFF whatever was asked
         Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});             // INACTIVE
@@ -544,6 +581,7 @@ private:
     uint32_t m_lastFrame = 0;
     int64_t m_nextNs = 0;
     std::atomic<uint32_t> m_sinceConfigure{0};
+    std::vector<int32_t> m_patterns;  // asked, request by request
     uint64_t m_lastTimestampNs = 0;
     std::thread m_worker;
 };
