@@ -19,6 +19,7 @@
 //   vendor_unchanged   get_vendor_tag_ops leaves the ops as they were
 //   color_bars         COLOR_BARS on a 16:9 array: applied two frames after the request
 //                      (android.sync.maxLatency), cropped in 4:3 streams
+//   template_zero      template 0, which the service never asks for, gets PREVIEW's settings
 //   slow_start         the first frames after configure come two frame times apart
 //   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
 // The rogue ones misbehave once, at frame 3 (or from the start):
@@ -356,6 +357,7 @@ private:
     }
 
     const camera_metadata_t* DefaultSettings(int type) {
+        if (type == 0 && Is("template_zero")) type = CAMERA3_TEMPLATE_PREVIEW;
         if (type < CAMERA3_TEMPLATE_PREVIEW || type > CAMERA3_TEMPLATE_MANUAL) return nullptr;
         if (Is("legacy") && type == CAMERA3_TEMPLATE_VIDEO_SNAPSHOT) return nullptr;  // not for LEGACY
         std::lock_guard<std::mutex> lock(m_mutex);
