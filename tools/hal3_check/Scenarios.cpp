@@ -96,7 +96,7 @@ void CameraScenario::Open() {
         Record({RuleId::kDeviceOps, kNoFrame, "get_metadata_vendor_tag_ops is set (NULL from device API 3.2)"});
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     m_checker =
-        std::make_unique<ResultChecker>(LimitsOf(m_static, m_stallNs), *m_findings,
+        std::make_unique<ResultChecker>(LimitsOf(StaticInfo(m_static), m_stallNs), *m_findings,
                                         [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     m_device->Attach(m_checker.get());
     if (m_device->Initialize() != 0) return Fatal({RuleId::kInitialize, kNoFrame, "initialize failed"});
