@@ -34,7 +34,7 @@ void CameraScenario::SetUp() {
     if (m_static == nullptr) return Fatal({RuleId::kCameraInfo, kNoFrame, "no static metadata"});
     if (validate_camera_metadata_structure(m_static, nullptr) != 0)
         return Fatal({RuleId::kStaticStructure, kNoFrame, "static metadata is malformed"});
-    m_partialCount = uint32_t(std::max(1, GetI32(m_static, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
+    m_staticInfo = std::make_unique<StaticInfo>(m_static);
     // Our own core draws the frame number into its pictures and reports it in
     // a vendor tag; only a module that declares that tag among its result keys
     // is held to them.
@@ -96,7 +96,7 @@ void CameraScenario::Open() {
         Record({RuleId::kDeviceOps, kNoFrame, "get_metadata_vendor_tag_ops is set (NULL from device API 3.2)"});
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     m_checker =
-        std::make_unique<ResultChecker>(LimitsOf(StaticInfo(m_static), m_stallNs), *m_findings,
+        std::make_unique<ResultChecker>(LimitsOf(*m_staticInfo, m_stallNs), *m_findings,
                                         [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     m_device->Attach(m_checker.get());
     if (m_device->Initialize() != 0) return Fatal({RuleId::kInitialize, kNoFrame, "initialize failed"});
@@ -228,15 +228,6 @@ std::vector<StreamConfig> CameraScenario::YuvSizes() {
     return sizes;
 }
 
-std::vector<StreamConfig> CameraScenario::Sizes(int format) const {
-    std::vector<StreamConfig> out;
-    for (const auto& c : OutputConfigs(m_static))
-        if (c.format == format) out.push_back(c);
-    std::sort(out.begin(), out.end(),
-              [](const auto& a, const auto& b) { return a.width * a.height > b.width * b.height; });
-    return out;
-}
-
 std::string CameraName(const ::testing::TestParamInfo<std::string>& p) { return "camera" + p.param; }
 
 StreamSpec CameraScenario::Largest(int format, uint64_t consumer, uint32_t maxWidth, uint32_t maxHeight) const {
@@ -247,8 +238,8 @@ StreamSpec CameraScenario::Largest(int format, uint64_t consumer, uint32_t maxWi
 }
 
 bool CameraScenario::LegacyOrExternal() const {
-    int level = GetU8(m_static, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY);
-    return level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY ||
+    const int level = m_staticInfo->hardwareLevel();
+    return level < 0 || level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY ||
            level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL;
 }
 
@@ -289,8 +280,7 @@ std::vector<std::vector<StreamSpec>> CameraScenario::MandatoryCombinations() con
                                 {{P, kPreview}, {P, kPreview}, {J, kMaximum}},
                                 {{Y, kVga}, {P, kPreview}, {Y, kMaximum}},
                                 {{Y, kVga}, {Y, kPreview}, {Y, kMaximum}}};
-    const int level =
-        GetU8(m_static, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY);
+    const int level = m_staticInfo->hardwareLevel();
     std::vector<const Table*> tables = {&kLegacy};
     if (!LegacyOrExternal()) tables.push_back(&kLimited);
     if (level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_FULL || level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_3)

@@ -64,8 +64,6 @@ protected:
     // A finding the scenario cannot go on after; the caller returns.
     void Fatal(Finding finding) { m_findings->AddEnding(std::move(finding)); }
 
-    // Output sizes of `format` the camera advertises, largest first.
-    std::vector<StreamConfig> Sizes(int format) const;
     // YUV_420_888 sizes; none is a finding (the scenario then ends).
     std::vector<StreamConfig> YuvSizes();
     // The largest size of `format` within maxWidth x maxHeight (0: any), as a
@@ -74,6 +72,8 @@ protected:
     // The stream combinations the camera's hardware level guarantees
     // (MandatoryStreamCombination's tables, outputs only), each as specs.
     std::vector<std::vector<StreamSpec>> MandatoryCombinations() const;
+    // Output sizes of `format` the camera advertises, largest first.
+    std::vector<StreamConfig> Sizes(int format) const { return m_staticInfo->Outputs(format); }
     // android.info.supportedHardwareLevel is LEGACY or EXTERNAL.
     bool LegacyOrExternal() const;
     // Whether the u8 list `tag` holds `value`.
@@ -84,8 +84,8 @@ protected:
     std::string m_id;
     camera_info m_info{};
     const camera_metadata_t* m_static = nullptr;
-    uint32_t m_partialCount = 1;
-    uint32_t m_frameCounterTag = 0;  // com.zelkov.sim.frameCounter, when the module declares it
+    std::unique_ptr<StaticInfo> m_staticInfo;  // the reader of m_static
+    uint32_t m_frameCounterTag = 0;            // com.zelkov.sim.frameCounter, when the module declares it
     uint32_t m_blobBytes = 0;
     int64_t m_stallNs = 0;
     uint32_t m_version = 0;  // the open device's API

@@ -86,7 +86,7 @@ TEST_P(TestPattern, ColorBars) {
     // A setting applies within android.sync.maxLatency frames; when that is
     // unknown, within the pipeline depth.
     int latency = GetI32(m_static, ANDROID_SYNC_MAX_LATENCY, -1);
-    if (latency < 0) latency = std::max(1, GetU8(m_static, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 1));
+    if (latency < 0) latency = std::max(1, m_staticInfo->pipelineMaxDepth());
     Stream(latency + 3, s.get(), {0});
     if (!Drain()) return;
     for (size_t i = size_t(latency); i < m_frames.size(); ++i)

@@ -19,7 +19,7 @@ TEST_P(Preview, EverySize) {
     ASSERT_NO_FATAL_FAILURE(Open());
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     int sizes = 0;
-    for (const auto& c : OutputConfigs(m_static)) {
+    for (const auto& c : m_staticInfo->outputs()) {
         if (c.format == HAL_PIXEL_FORMAT_BLOB) continue;
         uint64_t consumer = c.format == HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED ? kConsumerDisplay : kConsumerApp;
         if (!Configure({{c.format, uint32_t(c.width), uint32_t(c.height), consumer}})) {
@@ -140,7 +140,7 @@ TEST_P(Recording, HoldsItsFrameRate) {
     int32_t range[2] = {fps, fps};
     Set(s, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, range, 2);
     // The pipeline fills first: its first frames are not held to the rate.
-    const size_t startup = size_t(std::max(1, GetU8(m_static, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 1)));
+    const size_t startup = size_t(std::max(1, m_staticInfo->pipelineMaxDepth()));
     Stream(options().frames + int(startup), s.get(), {0});
     Drain();
     const int64_t slack = targetNs * options().rateTolerancePct / 100;
