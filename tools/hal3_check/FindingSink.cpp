@@ -14,7 +14,7 @@ thread_local bool g_reporting = false;
 
 FindingSink::FindingSink(Hooks hooks) : m_hooks(std::move(hooks)) {}
 
-void FindingSink::Add(Finding f, bool ends) {
+void FindingSink::Report(Finding f, bool ends) {
     bool must = LevelOf(f) == Level::kMust, shown;
     {
         std::lock_guard<std::mutex> lock(m_mutex);

@@ -27,9 +27,9 @@ public:
     };
 
     explicit FindingSink(Hooks hooks = {});
-    void Add(Finding f) { Add(std::move(f), false); }
+    void Add(Finding f) { Report(std::move(f), false); }
     // A finding the scenario cannot go on after.
-    void AddEnding(Finding f) { Add(std::move(f), true); }
+    void AddEnding(Finding f) { Report(std::move(f), true); }
 
     // Every finding so far, in order.
     std::vector<Finding> findings() const;
@@ -46,7 +46,7 @@ public:
     static bool Reporting();
 
 private:
-    void Add(Finding f, bool ends);
+    void Report(Finding f, bool ends);
 
     const Hooks m_hooks;
     mutable std::mutex m_mutex;

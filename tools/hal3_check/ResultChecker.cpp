@@ -138,13 +138,13 @@ void ResultChecker::EndFlush() { Push(Event(Event::kFlushEnd)); }
 void ResultChecker::DeviceLost(const std::string& call) {
     std::lock_guard<std::mutex> lock(m_stateMutex);
     Flag(RuleId::kErrorDevice, call + " returned -ENODEV");
-    m_deviceLost = true;  // buffers in flight may still come back: only an ERROR_DEVICE notify ends callbacks
+    m_deviceError = true;
     m_stateCv.notify_all();
 }
 
 bool ResultChecker::deviceError() {
     std::lock_guard<std::mutex> lock(m_stateMutex);
-    return m_deviceError || m_deviceLost;
+    return m_deviceError;
 }
 
 void ResultChecker::SetInspector(Inspector inspector) {
@@ -186,8 +186,7 @@ void ResultChecker::Sync() {
 bool ResultChecker::WaitIdle() {
     Sync();
     std::unique_lock<std::mutex> lock(m_stateMutex);
-    while (!m_inFlight.empty() && !m_deviceError &&
-           !m_deviceLost) {  // after a fatal error the service waits for nothing
+    while (!m_inFlight.empty() && !m_deviceError) {  // after a fatal error the service waits for nothing
         int64_t left = m_lastProgressNs + m_limits.stallNs - NowNs();
         if (left <= 0) {
             ExplainStall();

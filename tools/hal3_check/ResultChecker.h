@@ -183,7 +183,10 @@ private:
         void Take(uint32_t frame) { any = true, last = std::max(last, frame); }
     };
     Order m_shutterOrder[2], m_finalOrder[2];  // [zslStill]
-    bool m_deviceError = false, m_deviceLost = false, m_flushing = false, m_anyCompleted = false, m_anyShutter = false;
+    bool m_deviceError = false, m_flushing = false, m_anyCompleted = false, m_anyShutter = false;
+    // Only the notify ends the device's output: after a call's -ENODEV, work in
+    // flight may still come back.
+    bool m_errorDeviceNotified = false;
     std::set<uint32_t> m_unlistedKeys;  // result keys already named as not listed
     uint64_t m_lastShutterNs = 0;
     uint32_t m_errorFrames = 0;

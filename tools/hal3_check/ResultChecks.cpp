@@ -62,7 +62,7 @@ void ResultChecker::HandleResult(Event& e) {
         Flag(RuleId::kEmptyResult, "process_capture_result called with a null result");
         return;
     }
-    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, e.frame, "result after ERROR_DEVICE");
+    if (m_errorDeviceNotified) Flag(RuleId::kAfterErrorDevice, e.frame, "result after ERROR_DEVICE");
     auto done = m_done.find(e.frame);
     if (done != m_done.end() && done->second == Ended::kByErrorRequest && !Empty(e.metadata.get())) {
         Flag(RuleId::kErrorRequestMetadata, e.frame, "result metadata after ERROR_REQUEST");
@@ -124,7 +124,9 @@ void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
         }
         if (!entry.keys.insert(tag).second)
             Flag(RuleId::kPartialKeyOnce, e.frame, TagName(tag) + " in two partial results");
-        if (!m_limits.resultKeys.empty() && !m_limits.resultKeys.count(tag) && m_unlistedKeys.insert(tag).second)
+        // CTS holds the platform's keys to the list; vendor keys are the module's business.
+        if (tag < uint32_t(VENDOR_SECTION_START) && !m_limits.resultKeys.empty() && !m_limits.resultKeys.count(tag) &&
+            m_unlistedKeys.insert(tag).second)
             Flag(RuleId::kResultKeysListed, e.frame, TagName(tag) + " is not in android.request.availableResultKeys");
     }
     int64_t sensorNs = GetI64(e.metadata.get(), ANDROID_SENSOR_TIMESTAMP, -1);
@@ -237,7 +239,7 @@ void ResultChecker::WaitReleaseFence(uint32_t frame, int fence) {
 }
 
 void ResultChecker::HandleNotify(const camera3_notify_msg_t& msg) {
-    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, "notify after ERROR_DEVICE");
+    if (m_errorDeviceNotified) Flag(RuleId::kAfterErrorDevice, "notify after ERROR_DEVICE");
     if (msg.type == CAMERA3_MSG_SHUTTER)
         HandleShutter(msg.message.shutter);
     else if (msg.type == CAMERA3_MSG_ERROR)
@@ -286,17 +288,23 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
         Flag(RuleId::kErrorStream, frame, "error " + std::to_string(err.error_code) + " names a stream");
     if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
         Flag(RuleId::kErrorDevice, "the device reported ERROR_DEVICE");
-        m_deviceError = true;
+        m_deviceError = m_errorDeviceNotified = true;
         return;
     }
-    if (err.error_code == CAMERA3_MSG_ERROR_BUFFER && !m_inFlight.count(frame)) {
-        // The service ignores ERROR_BUFFER; it may come after the frame's last piece.
+    if (!m_inFlight.count(frame)) {
         auto done = m_done.find(frame);
-        if (done != m_done.end() && done->second == Ended::kByErrorRequest)
-            Flag(RuleId::kErrorRequestExclusive, frame, "ERROR_BUFFER for an ERROR_REQUEST frame");
-        auto late = m_unnotified.find(frame);
-        if (late != m_unnotified.end()) late->second.erase(err.error_stream);
-        return;
+        if (done != m_done.end() && done->second == Ended::kByErrorRequest &&
+            err.error_code != CAMERA3_MSG_ERROR_REQUEST) {
+            Flag(RuleId::kErrorRequestExclusive, frame,
+                 "error " + std::to_string(err.error_code) + " for an ERROR_REQUEST frame");
+            return;
+        }
+        if (err.error_code == CAMERA3_MSG_ERROR_BUFFER) {
+            // The service ignores ERROR_BUFFER; it may come after the frame's last piece.
+            auto late = m_unnotified.find(frame);
+            if (late != m_unnotified.end()) late->second.erase(err.error_stream);
+            return;
+        }
     }
     Entry* entry = Lookup(frame, "error notify");
     if (entry == nullptr) return;

@@ -21,7 +21,6 @@
 //                      (android.sync.maxLatency), cropped in 4:3 streams
 //   template_zero      template 0, which the service never asks for, gets PREVIEW's settings
 //   slow_start         the first frames after configure come two frame times apart
-//   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
 // The rogue ones misbehave once, at frame 3 (or from the start):
 //   crash_request  process_capture_request dies of SIGSEGV
 //   hang_flush     flush never returns (from the first flush on)
@@ -32,6 +31,11 @@
 //   error_request_mixed  ERROR_REQUEST and ERROR_BUFFER for the same frame
 //   error_result_late_shutter  ERROR_RESULT, the buffers, then the shutter
 //   null_dump      camera3_device_ops.dump is NULL
+//   leak_fence     acquire fences waited on but never closed
+//   template_missing_key  STILL_CAPTURE lacks android.jpeg.quality, a listed request key
+//   slow_legacy    a LEGACY camera at half its advertised fixed rate (a warning only)
+//   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
+//                  (a warning only: apps then take the whole buffer)
 //   hang_null_request  process_capture_request(NULL) never returns
 //   crash_init     camera_module_t::init dies of SIGSEGV
 //   huge_count     get_number_of_cameras says 2^30
@@ -144,7 +148,8 @@ Metadata Defaults(int type) {
     Put<int64_t>(m, ANDROID_SENSOR_EXPOSURE_TIME, {int64_t(10000000)});
     Put<int64_t>(m, ANDROID_SENSOR_FRAME_DURATION, {kFrameNs});
     Put<int32_t>(m, ANDROID_SENSOR_SENSITIVITY, {100});
-    Put<uint8_t>(m, ANDROID_JPEG_QUALITY, {uint8_t(90)});
+    if (!Is("template_missing_key") || type != CAMERA3_TEMPLATE_STILL_CAPTURE)
+        Put<uint8_t>(m, ANDROID_JPEG_QUALITY, {uint8_t(90)});
     Put<int32_t>(m, ANDROID_JPEG_ORIENTATION, {0});
     Put<int32_t>(m, ANDROID_JPEG_THUMBNAIL_SIZE, {0, 0});
     if (Is("zsl_still")) Put<uint8_t>(m, ANDROID_CONTROL_ENABLE_ZSL, {uint8_t(type == CAMERA3_TEMPLATE_STILL_CAPTURE)});
@@ -156,9 +161,9 @@ int32_t ArrayWidth() { return Is("color_bars") ? kSizes[0][1] * 16 / 9 : kSizes[
 
 Metadata Characteristics() {
     Metadata m(allocate_camera_metadata(64, 4096));
-    const uint8_t level = Is("legacy")     ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY
-                          : Is("external") ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL
-                                           : ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LIMITED;
+    const uint8_t level = Is("legacy") || Is("slow_legacy") ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY
+                          : Is("external")                  ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL
+                                                            : ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LIMITED;
     Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {level});
     Put<uint8_t>(m, ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {uint8_t(0)});  // BACKWARD_COMPATIBLE
     Put<int32_t>(m, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {1});
@@ -334,7 +339,7 @@ bool WaitFence(int fence) {
     if (fence < 0) return true;
     pollfd p{fence, POLLIN, 0};
     if (poll(&p, 1, 2000) != 1) return false;
-    close(fence);
+    if (!Is("leak_fence")) close(fence);
     return true;
 }
 
@@ -501,7 +506,8 @@ private:
 
     // One frame time after the previous one, then the results.
     void Process(Request& r) {
-        const int64_t step = Is("slow_start") && m_sinceConfigure++ < kMaxBuffers ? 2 * kFrameNs : kFrameNs;
+        const bool slow = Is("slow_legacy") || (Is("slow_start") && m_sinceConfigure++ < kMaxBuffers);
+        const int64_t step = slow ? 2 * kFrameNs : kFrameNs;
         m_nextNs = std::max(m_nextNs + step, NowNs());
         std::this_thread::sleep_for(std::chrono::nanoseconds(m_nextNs - NowNs()));
         uint64_t timestampNs = uint64_t(m_nextNs);

@@ -17,10 +17,13 @@
 //   nullbuf F sN | input F | nothing F | notify T
 //   error F device|request|result|buffer [sN]
 //   flush | flushed              around the device's flush
+//   lost                         a call returned -ENODEV
 //   wait                         wait until idle (a short stall time)
 // A sequence that leaves nothing in flight ends with the device idle.
 
 #include "ResultChecker.h"
+
+#include <system/graphics.h>
 
 #include <gtest/gtest.h>
 
@@ -35,6 +38,13 @@
 
 namespace hal3_check {
 namespace {
+
+std::string TestName(const char* name) {
+    std::string out = name;
+    for (char& ch : out)
+        if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    return out;
+}
 
 class Sequence {
 public:
@@ -147,6 +157,7 @@ private:
             return;
         }
         if (op == "flush") return Checker().BeginFlush();
+        if (op == "lost") return Checker().DeviceLost("flush");
         if (op == "flushed") return Checker().EndFlush();
         if (op == "wait") {
             Checker().WaitIdle();
@@ -246,49 +257,85 @@ struct Case {
     const char* name;
     const char* steps;
     std::set<std::string> expected;  // rule ids; "warn:<id>" for a warning
+    const char* twinOf = "";         // of a legal case: the rules it shows a legal twin of (RulesTest reads them)
 };
 
 const Case kCases[] = {
     // Legal, some of them unusual: nothing may be flagged.
-    {"plain frame", FRAME0, {}},
-    {"buffers and metadata before the shutter", "submit 0 s0; buffer 0 s0 ok; result 0 p1 ts=100; shutter 0 100", {}},
-    {"two partials", "partials 2; submit 0 s0; result 0 p1 ae; shutter 0 100; result 0 p2 ts=100; buffer 0 s0 ok", {}},
+    {"plain frame",
+     FRAME0,
+     {},
+     "frame-in-flight empty-result result-structure result-buffer-count result-key-twice buffer-null partial-range "
+     "final-result-order sensor-timestamp sensor-timestamp-missing shutter-once shutter-order notify-type buffer-once "
+     "buffer-returned result-timeout input-buffer buffer-acquire-fence error-device after-error-device"},
+    {"buffers and metadata before the shutter",
+     "submit 0 s0; buffer 0 s0 ok; result 0 p1 ts=100; shutter 0 100",
+     {},
+     "partial-without-metadata"},
+    {"two partials",
+     "partials 2; submit 0 s0; result 0 p1 ae; shutter 0 100; result 0 p2 ts=100; buffer 0 s0 ok",
+     {},
+     "partial-distinct partial-repeat partial-key-once"},
     {"only the final partial", "partials 3; submit 0 s0; shutter 0 100; result 0 p3 ts=100; buffer 0 s0 ok", {}},
     {"empty metadata with ERROR_RESULT",
      "submit 0 s0; shutter 0 100; result 0 p1 empty; error 0 result; buffer 0 s0 ok",
-     {}},
-    {"empty metadata with ERROR_REQUEST", "submit 0 s0; result 0 p1 empty; buffer 0 s0 err; error 0 request", {}},
-    {"ERROR_REQUEST without a shutter", "submit 0 s0 s1; error 0 request; buffer 0 s0 err; buffer 0 s1 err", {}},
+     {},
+     "error-result-late"},
+    {"empty metadata after ERROR_RESULT",
+     "submit 0 s0; shutter 0 100; error 0 result; result 0 p1 empty; buffer 0 s0 ok",
+     {},
+     "error-result-metadata"},
+    {"empty metadata with ERROR_REQUEST",
+     "submit 0 s0; result 0 p1 empty; buffer 0 s0 err; error 0 request",
+     {},
+     "error-request-metadata"},
+    {"ERROR_REQUEST without a shutter",
+     "submit 0 s0 s1; error 0 request; buffer 0 s0 err; buffer 0 s1 err",
+     {},
+     "error-request-buffer error-request-shutter error-request-exclusive"},
     {"ERROR_RESULT frame with its shutter before the last buffer",
      "submit 0 s0; error 0 result; shutter 0 100; buffer 0 s0 ok",
-     {}},
+     {},
+     "error-result-shutter"},
     {"ERROR_BUFFER before its buffer",
      "submit 0 s0 s1; shutter 0 100; error 0 buffer s0; buffer 0 s0 err; result 0 p1 ts=100; buffer 0 s1 ok",
-     {}},
+     {},
+     "error-buffer-status error-stream error-notify-repeat"},
     {"ERROR_BUFFER after the frame's last piece",
      FRAME0 "; submit 1 s0; shutter 1 200; result 1 p1 ts=200; "
             "buffer 1 s0 err; error 1 buffer s0",
-     {}},
+     {},
+     "error-buffer-notify"},
     {"error buffers out of order during flush",
      "submit 0 s0; submit 1 s0; flush; error 1 request; buffer 1 s0 err; error 0 request; buffer 0 s0 err; flushed",
-     {}},
+     {},
+     "buffer-fifo-error"},
     {"streams independent in order",
      "submit 0 s0 s1; submit 1 s0 s1; buffer 0 s1 ok; buffer 1 s1 ok; buffer 0 s0 ok; buffer 1 s0 ok",
-     {}},
+     {},
+     "buffer-fifo"},
     {"ZSL still capture with an older timestamp",
      FRAME0 "; submit 1 s1 zsl; shutter 1 50; result 1 p1 ts=50; buffer 1 s1 ok",
-     {}},
+     {},
+     "shutter-timestamp-order"},
     {"the module's own copy of the handle", "submit 0 s0; shutter 0 100; result 0 p1 ts=100; buffer 0 s0 ok own", {}},
-    {"release fence signalled", "submit 0 s0; shutter 0 100; result 0 p1 ts=100; buffer 0 s0 ok rel=signalled", {}},
+    {"release fence signalled",
+     "submit 0 s0; shutter 0 100; result 0 p1 ts=100; buffer 0 s0 ok rel=signalled",
+     {},
+     "release-fence"},
     {"pipeline depth at the maximum",
      "maxdepth 4; submit 0 s0; shutter 0 100; result 0 p1 ts=100 depth=4; buffer 0 s0 ok",
-     {}},
-    {"listed result keys only", "listed; " FRAME0, {}},
-    {"a scan under way at open", "submit 0 s0; shutter 0 100; result 0 p1 ts=100 aestate=1; buffer 0 s0 ok", {}},
+     {},
+     "pipeline-depth"},
+    {"listed result keys only", "listed; " FRAME0, {}, "result-keys-listed"},
+    {"a scan under way at open",
+     "submit 0 s0; shutter 0 100; result 0 p1 ts=100 aestate=1; buffer 0 s0 ok",
+     {},
+     "3a-state-at-open"},
     {"AE locked after the first frame",
      FRAME0 "; submit 1 s0; shutter 1 200; result 1 p1 ts=200 aestate=3; buffer 1 s0 ok",
      {}},
-    {"a late ERROR_BUFFER for a frame never sent", "error 7 buffer s0", {}},
+    {"a late ERROR_BUFFER for a frame never sent", "error 7 buffer s0", {}, "frame-in-flight"},
 
     // One rule broken each.
     {"frame-in-flight", "shutter 5 100", {"frame-in-flight"}},
@@ -315,7 +362,7 @@ const Case kCases[] = {
     {"sensor-timestamp-missing",
      "submit 0 s0; shutter 0 100; result 0 p1 ae; buffer 0 s0 ok",
      {"sensor-timestamp-missing"}},
-    {"sensor-timestamp-missing: empty metadata without an error",
+    {"sensor-timestamp-missing with empty metadata and no error",
      "submit 0 s0; shutter 0 100; result 0 p1 empty; buffer 0 s0 ok",
      {"sensor-timestamp-missing"}},
     {"pipeline-depth", "maxdepth 4; submit 0 s0; result 0 p1 ts=100 depth=5", {"pipeline-depth"}},
@@ -326,6 +373,9 @@ const Case kCases[] = {
      {"shutter-timestamp-order"}},
     {"notify-type", "notify 7", {"notify-type"}},
     {"error-device", "submit 0 s0; error 0 device", {"error-device"}},
+    {"error-device from -ENODEV, the frame in flight still completes",
+     "submit 0 s0; lost; shutter 0 100; result 0 p1 ts=100; buffer 0 s0 ok",
+     {"error-device"}},
     {"after-error-device", "submit 0 s0; error 0 device; shutter 0 100", {"error-device", "warn:after-error-device"}},
     {"error-stream", "submit 0 s0; error 0 request s0; buffer 0 s0 err", {"warn:error-stream"}},
     {"error-notify-repeat", "submit 0 s0; error 0 request; error 0 request", {"warn:error-notify-repeat"}},
@@ -374,6 +424,7 @@ class ResultCheckerRules : public ::testing::TestWithParam<Case> {};
 
 TEST_P(ResultCheckerRules, FlagsExactlyTheBrokenRule) {
     const Case& c = GetParam();
+    ASSERT_TRUE(*c.twinOf == '\0' || c.expected.empty()) << "a legal twin flags nothing";
     for (const auto& id : c.expected) ASSERT_NE(FindRule(id.substr(id.rfind(':') + 1)), nullptr) << id;
     ASSERT_EQ(fcntl(999, F_GETFD), -1) << "fd 999 must be free for the bad-fence case";
     Sequence sequence;
@@ -383,14 +434,190 @@ TEST_P(ResultCheckerRules, FlagsExactlyTheBrokenRule) {
     EXPECT_NE(fcntl(STDERR_FILENO, F_GETFD), -1) << "the checker closed stderr";
 }
 
-std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
-    std::string name = info.param.name;
-    for (char& ch : name)
-        if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
-    return name;
+INSTANTIATE_TEST_SUITE_P(Sequences, ResultCheckerRules, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return TestName(info.param.name); });
+
+// CheckStaticMetadata and CheckDefaultSettings on a legal LIMITED camera, one
+// change a case: an entry replaced (no values: removed).
+struct Change {
+    uint32_t tag;
+    std::vector<int64_t> values;
+};
+
+void Apply(MetadataPtr& m, const Change& c) {
+    camera_metadata_entry_t old;
+    if (find_camera_metadata_entry(m.get(), c.tag, &old) == 0) delete_camera_metadata_entry(m.get(), old.index);
+    if (c.values.empty()) return;
+    std::vector<uint8_t> bytes;
+    std::vector<int32_t> ints;
+    switch (get_camera_metadata_tag_type(c.tag)) {
+        case TYPE_BYTE:
+            for (int64_t v : c.values) bytes.push_back(uint8_t(v));
+            return Set(m, c.tag, bytes.data(), bytes.size());
+        case TYPE_INT32:
+            for (int64_t v : c.values) ints.push_back(int32_t(v));
+            return Set(m, c.tag, ints.data(), ints.size());
+        default: return Set(m, c.tag, c.values.data(), c.values.size());
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sequences, ResultCheckerRules, ::testing::ValuesIn(kCases), CaseName);
+std::set<std::string> Ids(const std::vector<Finding>& findings) {
+    std::set<std::string> ids;
+    for (const Finding& f : findings) ids.insert(RuleOf(f.rule).id);
+    return ids;
+}
+
+constexpr int64_t kBlob = HAL_PIXEL_FORMAT_BLOB, kYuv = HAL_PIXEL_FORMAT_YCBCR_420_888,
+                  kPriv = HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, kOut = kStreamOutput;
+
+const std::vector<Change> kLegalCamera = {
+    {ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LIMITED}},
+    {ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {ANDROID_REQUEST_AVAILABLE_CAPABILITIES_BACKWARD_COMPATIBLE}},
+    {ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {1}},
+    {ANDROID_REQUEST_PIPELINE_MAX_DEPTH, {4}},
+    {ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS, {0, 3, 1}},
+    {ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS, {ANDROID_CONTROL_AE_MODE}},
+    {ANDROID_REQUEST_AVAILABLE_RESULT_KEYS, {ANDROID_SENSOR_TIMESTAMP}},
+    {ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS, {ANDROID_LENS_FACING}},
+    {ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS,
+     {kBlob, 640, 480, kOut, kYuv, 640, 480, kOut, kPriv, 640, 480, kOut}},
+    {ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS,
+     {kBlob, 640, 480, 33333333, kYuv, 640, 480, 33333333, kPriv, 640, 480, 33333333}},
+    {ANDROID_SCALER_AVAILABLE_STALL_DURATIONS, {kBlob, 640, 480, 100000000}},
+    {ANDROID_JPEG_MAX_SIZE, {300000}},
+    {ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES, {0, 0, 160, 120}},
+    {ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, {ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE_REALTIME}},
+    {ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, 640, 480}},
+    {ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {640, 480}},
+    {ANDROID_SENSOR_ORIENTATION, {90}},
+    {ANDROID_LENS_FACING, {ANDROID_LENS_FACING_BACK}},
+    {ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30, 30, 30}},
+    {ANDROID_SYNC_MAX_LATENCY, {0}},
+};
+
+struct StaticCase {
+    const char* name;
+    std::vector<Change> changes;
+    std::set<std::string> expected;
+    const char* twinOf = "";
+};
+
+const StaticCase kStaticCases[] = {
+    {"legal LIMITED camera",
+     {},
+     {},
+     "static-structure static-keys static-keys-listed static-hardware-level static-capabilities static-partial-count "
+     "static-pipeline-depth static-max-streams static-stream-configs static-jpeg static-timestamp-source "
+     "static-active-array static-orientation static-facing static-fps-ranges static-sync-latency"},
+    {"static-stream-durations: PRIV lists a stall of 0, BLOB none",
+     {{ANDROID_SCALER_AVAILABLE_STALL_DURATIONS, {kPriv, 640, 480, 0}}},
+     {},
+     "static-stream-durations"},
+    {"static-stream-durations",
+     {{ANDROID_SCALER_AVAILABLE_STALL_DURATIONS, {kBlob, 640, 480, 100000000, kYuv, 640, 480, 5000000}}},
+     {"static-stream-durations"}},
+    {"static-fps-limited", {{ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30}}}, {"static-fps-limited"}},
+    {"static-fps-limited: LEGACY without (max, max)",
+     {{ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY}},
+      {ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30}}},
+     {},
+     "static-fps-limited"},
+    {"static-structure", {{0, {}}}, {"static-structure"}},
+    {"static-keys", {{ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS, {}}}, {"static-keys"}},
+    {"static-keys-listed",
+     {{ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS, {ANDROID_FLASH_INFO_AVAILABLE}}},
+     {"static-keys-listed"}},
+    {"static-hardware-level", {{ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {9}}}, {"static-hardware-level"}},
+    {"static-capabilities",
+     {{ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {ANDROID_REQUEST_AVAILABLE_CAPABILITIES_MANUAL_SENSOR}}},
+     {"static-capabilities"}},
+    {"static-partial-count", {{ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {0}}}, {"static-partial-count"}},
+    {"static-pipeline-depth", {{ANDROID_REQUEST_PIPELINE_MAX_DEPTH, {0}}}, {"static-pipeline-depth"}},
+    {"static-max-streams", {{ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS, {0, 0, 1}}}, {"static-max-streams"}},
+    {"static-stream-configs",
+     {{ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS,
+       {kYuv, 640, 480, ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS_INPUT}}},
+     {"static-stream-configs", "static-jpeg"}},
+    {"static-jpeg", {{ANDROID_JPEG_MAX_SIZE, {0}}}, {"static-jpeg"}},
+    {"static-timestamp-source", {{ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, {7}}}, {"static-timestamp-source"}},
+    {"static-active-array", {{ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, 800, 480}}}, {"static-active-array"}},
+    {"static-orientation", {{ANDROID_SENSOR_ORIENTATION, {45}}}, {"static-orientation"}},
+    {"static-facing", {{ANDROID_LENS_FACING, {ANDROID_LENS_FACING_FRONT}}}, {"static-facing"}},
+    {"static-fps-ranges",
+     {{ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30, 30, 30, 20, 10}}},
+     {"static-fps-ranges"}},
+    {"static-sync-latency", {{ANDROID_SYNC_MAX_LATENCY, {-2}}}, {"static-sync-latency"}},
+};
+
+class StaticMetadataRules : public ::testing::TestWithParam<StaticCase> {};
+
+// A change of tag 0 stands for no metadata at all.
+bool NoMetadata(const std::vector<Change>& changes) { return !changes.empty() && changes[0].tag == 0; }
+
+TEST_P(StaticMetadataRules, FlagsExactlyTheBrokenRule) {
+    const StaticCase& c = GetParam();
+    MetadataPtr m(allocate_camera_metadata(32, 1024));
+    for (const Change& change : kLegalCamera) Apply(m, change);
+    for (const Change& change : c.changes)
+        if (change.tag != 0) Apply(m, change);
+    EXPECT_EQ(Ids(CheckStaticMetadata(NoMetadata(c.changes) ? nullptr : m.get(), CAMERA_FACING_BACK, 90)), c.expected);
+}
+
+struct TemplateCase {
+    const char* name;
+    int templateType;
+    std::vector<Change> changes;  // to the template's legal settings
+    bool required;
+    std::set<std::string> expected;
+    const char* twinOf = "";
+};
+
+const TemplateCase kTemplateCases[] = {
+    {"legal preview",
+     CAMERA3_TEMPLATE_PREVIEW,
+     {},
+     true,
+     {},
+     "default-settings default-intent default-ae-on default-triggers"},
+    {"default-settings: an optional template answers null", CAMERA3_TEMPLATE_MANUAL, {{0, {}}}, false, {}},
+    {"default-settings", CAMERA3_TEMPLATE_PREVIEW, {{0, {}}}, true, {"default-settings"}},
+    {"default-intent",
+     CAMERA3_TEMPLATE_STILL_CAPTURE,
+     {{ANDROID_CONTROL_CAPTURE_INTENT, {1}}},
+     true,
+     {"default-intent"}},
+    {"default-ae-on", CAMERA3_TEMPLATE_PREVIEW, {{ANDROID_CONTROL_AE_MODE, {kAeModeOff}}}, true, {"default-ae-on"}},
+    {"default-ae-on: MANUAL leaves AE off",
+     CAMERA3_TEMPLATE_MANUAL,
+     {{ANDROID_CONTROL_AE_MODE, {kAeModeOff}}},
+     true,
+     {}},
+    {"default-triggers",
+     CAMERA3_TEMPLATE_PREVIEW,
+     {{ANDROID_CONTROL_AF_TRIGGER, {kAfTriggerStart}}},
+     true,
+     {"default-triggers"}},
+};
+
+class DefaultSettingsRules : public ::testing::TestWithParam<TemplateCase> {};
+
+TEST_P(DefaultSettingsRules, FlagsExactlyTheBrokenRule) {
+    const TemplateCase& c = GetParam();
+    MetadataPtr m(allocate_camera_metadata(8, 64));
+    for (const Change& change : std::vector<Change>{{ANDROID_CONTROL_CAPTURE_INTENT, {c.templateType}},
+                                                    {ANDROID_CONTROL_AE_MODE, {kAeModeOn}},
+                                                    {ANDROID_CONTROL_AF_TRIGGER, {kAfTriggerIdle}}})
+        Apply(m, change);
+    for (const Change& change : c.changes)
+        if (change.tag != 0) Apply(m, change);
+    EXPECT_EQ(Ids(CheckDefaultSettings(NoMetadata(c.changes) ? nullptr : m.get(), c.templateType, c.required)),
+              c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Tables, StaticMetadataRules, ::testing::ValuesIn(kStaticCases),
+                         [](const auto& info) { return TestName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Tables, DefaultSettingsRules, ::testing::ValuesIn(kTemplateCases),
+                         [](const auto& info) { return TestName(info.param.name); });
 
 }  // namespace
 }  // namespace hal3_check

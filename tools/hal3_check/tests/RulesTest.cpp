@@ -1,6 +1,7 @@
 // The rules table is the one source of rule ids: every id the tool's sources,
-// its fault list and README use must be in it, and README's table is the
-// table's own rendering. HAL3_CHECK_WRITE_README=1 rewrites that section.
+// its run lists and README use is in it, every row is emitted, broken by a
+// test and shown legal by one, and README's table is the table's own
+// rendering. HAL3_CHECK_WRITE_README=1 rewrites that section.
 
 #include "Finding.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char kBegin[] = "<!-- rules table: generated from Rules.cpp -->\n";
+const char kBegin[] = "<!-- rules table: generated from Rules.def -->\n";
 const char kEnd[] = "<!-- end of rules table -->\n";
 
 std::string ReadFile(const fs::path& path) {
@@ -28,20 +29,43 @@ std::string ReadFile(const fs::path& path) {
     return s.str();
 }
 
-// Rule ids a source names in text ("[rule <id>]" literals) and the second word
-// of each fault list entry; C++ names rules as RuleId enumerators, which the
-// compiler checks.
-std::set<std::string> UsedIds(const std::string& text, bool faultList) {
+const fs::path kDir = HAL3_CHECK_SOURCE_DIR;
+
+std::set<std::string> Matches(const std::string& text, const std::regex& pattern) {
+    std::set<std::string> found;
+    for (std::sregex_iterator it(text.begin(), text.end(), pattern), end; it != end; ++it) found.insert((*it)[1].str());
+    return found;
+}
+
+// Ids in a space- or comma-separated list of quoted ids ("warn:" dropped).
+std::set<std::string> Words(const std::set<std::string>& lists) {
     std::set<std::string> ids;
-    static const std::regex uses(R"re(\[rule ([a-z0-9][a-z0-9-]*)\])re");
-    for (std::sregex_iterator it(text.begin(), text.end(), uses), end; it != end; ++it) ids.insert((*it)[1].str());
-    if (faultList) {
-        size_t begin = text.find("set(faults"), stop = text.find(')', begin);
-        std::istringstream list(text.substr(begin, stop - begin));
-        std::string line, fault, rule;
-        std::getline(list, line);
-        while (list >> fault >> rule)
-            if (rule != "-") ids.insert(rule.substr(rule.rfind(':') + 1));  // "warning:<id>" names a should rule
+    for (const std::string& list : lists)
+        for (const std::string& word : Matches(list, std::regex(R"((?:warn:)?([a-z0-9][a-z0-9-]*))"))) ids.insert(word);
+    return ids;
+}
+
+// Where the tool names a rule: RuleId enumerators and "[rule <id>]" text.
+std::set<std::string> EmittedIds(const std::string& text) {
+    std::set<std::string> ids = Matches(text, std::regex(R"(\[rule ([a-z0-9][a-z0-9-]*)\])"));
+    for (const std::string& name : Matches(text, std::regex(R"(RuleId::(k\w+))")))
+        for (const Rule& r : AllRules())
+            if (name == r.name) ids.insert(r.id);
+    return ids;
+}
+
+// The runs of CMakeLists.txt's fault and module-mode lists: "<mode> <rule> ..."
+// entries whose rule ("warning:<id>" for a should rule) the run must end in.
+std::set<std::string> ModeIds(const std::string& cmake) {
+    std::set<std::string> ids;
+    static const std::regex list(R"(set\((faults|rogues)\n([^)]*)\))");
+    for (std::sregex_iterator it(cmake.begin(), cmake.end(), list), end; it != end; ++it) {
+        std::istringstream lines((*it)[2].str());
+        std::string line, mode, rule;
+        while (std::getline(lines, line)) {
+            std::istringstream words(line);
+            if (words >> mode >> rule && rule != "-" && rule != "*") ids.insert(rule.substr(rule.rfind(':') + 1));
+        }
     }
     return ids;
 }
@@ -69,6 +93,7 @@ TEST(RulesTable, IdsAreUniqueAndDescribed) {
         EXPECT_TRUE(std::regex_match(r.id, std::regex("[a-z0-9][a-z0-9-]*"))) << r.id;
         EXPECT_EQ(r.name, Enumerator(r.id));
         EXPECT_NE(std::string(r.source), "") << r.id;
+        EXPECT_NE(std::string(r.reaction), "") << r.id;
         EXPECT_NE(std::string(r.check), "") << r.id;
     }
 }
@@ -88,28 +113,93 @@ TEST(RulesTable, FindingsCrossProcessesIntact) {
     EXPECT_EQ(Text(cases[0]), "[rule buffer-fifo] frame 7: buffer came back  after frame 8's");
 }
 
-TEST(RulesTable, EveryIdUsedByTheToolIsInTheTable) {
-    std::set<std::string> used;
-    for (const auto& entry : fs::recursive_directory_iterator(HAL3_CHECK_SOURCE_DIR)) {
+// Rows whose emitting code or violating run is another engineer's work in
+// progress (scenarios, connectors, the plain module's rogue modes); each
+// leaves this list once its run lands.
+const std::set<std::string> kPending = {
+    "buffer-alloc",
+    "buffer-lock",
+    "buffer-management",
+    "callback-during-close",
+    "close",
+    "configure",
+    "configure-invalid",
+    "configure-max-buffers",
+    "configure-stream-changed",
+    "configure-usage",
+    "flush",
+    "flush-drains",
+    "flush-time",
+    "flush-time-target",
+    "initialize",
+    "jpeg-blob",
+    "jpeg-decode",
+    "module-callbacks",
+    "module-init",
+    "module-record",
+    "open",
+    "open-bad-id",
+    "open-twice",
+    "request",
+    "request-invalid",
+    "stale-frame",
+    "static-yuv",
+    "test-pattern",
+    "3a-converge",
+    "frame-rate",
+    "vendor-tags",
+};
+
+// Every row is emitted by the tool, broken by a test case and shown legal
+// by one: a twin in ResultCheckerTest's tables, or, for a rule the scenarios
+// emit, the full run against the plain module, which must pass.
+TEST(RulesTable, EveryRowIsEmittedBrokenAndPassed) {
+    std::set<std::string> emitted, scenarioEmitted, used;
+    for (const auto& entry : fs::recursive_directory_iterator(kDir)) {
         const fs::path& p = entry.path();
         std::string ext = p.extension().string(), name = p.filename().string();
         if (!entry.is_regular_file() || p.string().find("/build") != std::string::npos) continue;
-        if (ext != ".cpp" && ext != ".h" && ext != ".c" && ext != ".def" && ext != ".cmake" && ext != ".md" &&
-            name != "CMakeLists.txt")
+        if (ext != ".cpp" && ext != ".h" && ext != ".c" && ext != ".cmake" && ext != ".md" && name != "CMakeLists.txt")
             continue;
         std::string text = ReadFile(p);
-        bool faultList = name == "CMakeLists.txt" && text.find("set(faults") != std::string::npos;
-        for (const std::string& id : UsedIds(text, faultList)) {
-            used.insert(id);
-            EXPECT_NE(FindRule(id), nullptr) << p << " uses [rule " << id << "], which is not in Rules.cpp";
-        }
+        // Every id named in text is in the table.
+        for (const std::string& id : Matches(text, std::regex(R"(\[rule ([a-z0-9][a-z0-9-]*)\])")))
+            EXPECT_NE(FindRule(id), nullptr) << p << " names [rule " << id << "], which is not in Rules.def";
+        if (p.parent_path().filename() == "tests" || (ext != ".cpp" && ext != ".h")) continue;
+        std::set<std::string> ids = EmittedIds(text);
+        emitted.insert(ids.begin(), ids.end());
+        if (name != "ResultChecks.cpp" && name != "ResultChecker.cpp" && name != "Metadata.cpp")
+            scenarioEmitted.insert(ids.begin(), ids.end());
     }
-    // The scan itself works: the checker's own ids are among those found.
-    EXPECT_TRUE(used.count("buffer-returned") && used.count("error-result-metadata"));
+    const std::string tests = ReadFile(kDir / "tests" / "ResultCheckerTest.cpp");
+    const std::string cmake = ReadFile(kDir / "CMakeLists.txt");
+    std::set<std::string> broken = Words(Matches(
+                              tests,
+                              std::regex(
+                                  R"re(\{\s*("(?:warn:)?[a-z0-9-]+"(?:\s*,\s*"(?:warn:)?[a-z0-9-]+")*)\s*\}\s*\})re"))),
+                          legal = Words(Matches(tests, std::regex(R"re(\{\}\s*,\s*((?:"[a-z0-9 -]+"\s*)+)\})re")));
+    for (const std::string& id : ModeIds(cmake)) broken.insert(id);
+    const bool plainRunPasses = cmake.find("-DRULE=- -DFILTER=*") != std::string::npos;
+    size_t rows = 0;
+    for (const Rule& r : AllRules()) {
+        ++rows;
+        const bool pending = kPending.count(r.id) > 0;
+        bool covered = emitted.count(r.id) && broken.count(r.id) &&
+                       (legal.count(r.id) || (plainRunPasses && scenarioEmitted.count(r.id)));
+        if (pending)
+            EXPECT_FALSE(covered) << r.id << " is covered now: take it out of kPending";
+        else
+            EXPECT_TRUE(covered) << r.id << (emitted.count(r.id) ? "" : " is emitted nowhere")
+                                 << (broken.count(r.id) ? "" : " has no violating case")
+                                 << (legal.count(r.id) || scenarioEmitted.count(r.id) ? "" : " has no legal twin");
+    }
+    // The scans themselves work.
+    EXPECT_GT(broken.size(), rows / 2);
+    EXPECT_GT(legal.size(), rows / 3);
 }
 
 TEST(RulesTable, ReadmeShowsTheTable) {
-    fs::path readme = fs::path(HAL3_CHECK_SOURCE_DIR) / "README.md";
+    fs::path readme = kDir / "README.md";
     std::string text = ReadFile(readme);
     size_t begin = text.find(kBegin), end = text.find(kEnd);
     ASSERT_NE(begin, std::string::npos) << "README.md lacks the rules table markers";
