@@ -38,7 +38,7 @@ constexpr int32_t kFps = 30;
 
 const std::vector<StreamSpec> kStreams = {{kFormatImplementationDefined, 1920, 1080, kUsageHwComposer},
                                           {kFormatYuv420, 3840, 2160, kUsageSwReadOften},
-                                          {kFormatBlob, 1920, 1080, kUsageSwReadOften},
+                                          {HAL_PIXEL_FORMAT_BLOB, 1920, 1080, kUsageSwReadOften},
                                           {kFormatYuv420, 320, 240, kUsageSwReadOften}};
 
 // The value below which `share` of the sorted samples lie.

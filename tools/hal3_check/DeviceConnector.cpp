@@ -134,6 +134,11 @@ uint32_t DeviceConnector::version() const {
 }
 
 int DeviceConnector::Initialize() {
+    // The buffer-management callbacks came with device API 3.6: older devices get them NULL.
+    if (m_device->common.version < CAMERA_DEVICE_API_VERSION_3_6) {
+        m_ops.request_stream_buffers = nullptr;
+        m_ops.return_stream_buffers = nullptr;
+    }
     CallMark mark(HalCall::kInitialize);
     return m_device->ops->initialize(m_device, &m_ops);
 }
