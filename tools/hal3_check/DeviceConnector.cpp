@@ -108,13 +108,14 @@ int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) 
     hw_device_t* common = nullptr;
     const hw_module_t* m = &module.module()->common;
     int rc;
+    std::string refusal;
     {
-        CallMark mark(HalCall::kOpen);
+        CallMark mark(HalCall::kOpen);  // reading the record it returned belongs to open
         rc = m->methods->open(m, id.c_str(), &common);
+        if (rc != 0) return rc;
+        m_device = reinterpret_cast<camera3_device_t*>(common);
+        refusal = Refusal(id);
     }
-    if (rc != 0) return rc;
-    m_device = reinterpret_cast<camera3_device_t*>(common);
-    std::string refusal = Refusal(id);
     if (refusal.empty()) return 0;
     Finding(refusal);
     if (m_device != nullptr && m_device->common.close != nullptr) {
@@ -123,6 +124,11 @@ int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) 
     }
     m_device = nullptr;
     return -EINVAL;
+}
+
+uint32_t DeviceConnector::version() const {
+    CallMark mark(HalCall::kOpen);  // the record open returned: a bad pointer is open's fault
+    return m_device->common.version;
 }
 
 int DeviceConnector::Initialize() {

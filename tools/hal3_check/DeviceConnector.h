@@ -39,6 +39,8 @@ public:
     int Close();
     void Attach(ResultChecker* checker) { m_checker.store(checker); }
     camera3_device_t* device() const { return m_device; }
+    // The device API version the open device reports.
+    uint32_t version() const;
     // Callbacks that came after close.
     int lateCallbacks() const { return m_late.load(); }
 

@@ -81,8 +81,25 @@ int ModuleConnector::Info(int id, camera_info* info) const {
     return m_module->get_camera_info(id, info);
 }
 
+int ModuleConnector::ProbeOpen(const std::string& id) const {
+    if (m_module == nullptr) return -ENODEV;
+    hw_device_t* device = nullptr;
+    int rc;
+    {
+        CallMark mark(HalCall::kOpen);
+        rc = m_module->common.methods->open(&m_module->common, id.c_str(), &device);
+    }
+    // A module that takes "x" for camera 0 (atoi) would otherwise hold it open.
+    if (rc == 0 && device != nullptr) {
+        CallMark mark(HalCall::kClose);
+        if (device->close != nullptr) device->close(device);
+    }
+    return rc;
+}
+
 uint32_t ModuleConnector::FindVendorTag(const std::string& section, const std::string& name) const {
     if (m_vendorOps.get_tag_count == nullptr) return 0;
+    CallMark mark(HalCall::kVendorTagOps);
     int count = m_vendorOps.get_tag_count(&m_vendorOps);
     if (count <= 0) return 0;
     std::vector<uint32_t> tags(static_cast<size_t>(count));

@@ -29,6 +29,9 @@ public:
     int NumberOfCameras() const;
     void SetNumberOfCameras(int n) { m_cameras = n; }
     int Info(int id, camera_info* info) const;
+    // open(`id`) as a robustness probe the camera service never sends; a
+    // device it opens anyway is closed again at once. Returns open's result.
+    int ProbeOpen(const std::string& id) const;
     // The vendor tag `section`.`name`, or 0.
     uint32_t FindVendorTag(const std::string& section, const std::string& name) const;
     int device_status_calls() const { return m_statusCalls.load(); }

@@ -80,7 +80,7 @@ void CameraScenario::ReportFailures(const std::vector<std::string>& findings) {
 void CameraScenario::Open() {
     m_device = DeviceConnector::Make();
     ASSERT_EQ(m_device->Open(m_module, m_id), 0) << Finding("open", "open(" + m_id + ") failed");
-    ASSERT_GE(m_device->device()->common.version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+    ASSERT_GE(m_device->version(), uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
         << Finding("device-version", "the open device reports an API below 3.2");
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     m_checker = std::make_unique<ResultChecker>(
@@ -240,10 +240,8 @@ TEST_P(StaticMetadata, HoldsEveryRequiredKey) {
 
 class OpenClose : public CameraScenario {};
 TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
-    hw_device_t* dev = nullptr;
-    const hw_module_t* m = &m_module.module()->common;
     for (const char* bad : {"-1", "99", "x"})
-        if (m->methods->open(m, bad, &dev) == 0)
+        if (m_module.ProbeOpen(bad) == 0)
             Record(Finding("open-bad-id", "open(\"" + std::string(bad) + "\") succeeded"));
     ASSERT_NO_FATAL_FAILURE(Open());
     DeviceConnector* second = DeviceConnector::Make();
@@ -289,8 +287,7 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     }
     camera3_stream_configuration_t none{0, nullptr, 0, nullptr};
     EXPECT_EQ(m_device->Configure(&none), -EINVAL) << Finding("configure-invalid", "null stream list");
-    EXPECT_EQ(m_device->device()->ops->configure_streams(m_device->device(), nullptr), -EINVAL)
-        << Finding("configure-invalid", "null configuration");
+    EXPECT_EQ(m_device->Configure(nullptr), -EINVAL) << Finding("configure-invalid", "null configuration");
     // A good configuration still works after the refusals.
     if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
@@ -413,8 +410,7 @@ TEST_P(InvalidRequests, AreRefusedWithEinval) {
         EXPECT_EQ(m_device->Submit(&request), -EINVAL) << Finding("request-invalid", r.what);
     }
     m_streams->pool(0).Release(h);
-    EXPECT_EQ(m_device->device()->ops->process_capture_request(m_device->device(), nullptr), -EINVAL)
-        << Finding("request-invalid", "null request");
+    EXPECT_EQ(m_device->Submit(nullptr), -EINVAL) << Finding("request-invalid", "null request");
     EXPECT_TRUE(Stream(3, s.get(), {0}));  // the device still takes good requests
     Drain();
 }
