@@ -1,6 +1,7 @@
 #include "DeviceConnector.h"
 
 #include "ModuleConnector.h"
+#include "Recording.h"
 #include "Watchdog.h"
 
 #include <cerrno>
@@ -111,7 +112,10 @@ int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) 
     std::string refusal;
     {
         CallMark mark(HalCall::kOpen);  // reading the record it returned belongs to open
+        RecordingWriter* recording = LiveWriter();
+        uint32_t session = recording ? RecordOpenCall(recording, id.c_str()) : 0;
         rc = m->methods->open(m, id.c_str(), &common);
+        if (recording) common = RecordOpenReturn(recording, session, rc, common, m);
         if (rc != 0) return rc;
         m_device = reinterpret_cast<camera3_device_t*>(common);
         refusal = Refusal(id);

@@ -115,7 +115,7 @@ struct Record {
 
 // A recording read back. `cut` when the file ended inside a record (the
 // writer died): the records before it are kept and `note` says where.
-struct Recording {
+struct RecordingFile {
     uint32_t version = 0;
     std::vector<Record> records;
     bool cut = false;
@@ -127,8 +127,8 @@ std::vector<uint8_t> RecordingHeader();
 // Reads `size` bytes of a recording. Returns "" or one line saying why they
 // are not a readable recording (not one at all, an unknown version, a
 // damaged record: its index and offset). Never reads outside the bytes.
-std::string ParseRecording(const uint8_t* data, size_t size, Recording* out);
-std::string LoadRecording(const std::string& path, Recording* out);
+std::string ParseRecording(const uint8_t* data, size_t size, RecordingFile* out);
+std::string LoadRecording(const std::string& path, RecordingFile* out);
 
 // Writes records to a file on a thread of its own, so the callers (the
 // module's callback threads among them) only encode and queue. The queue is
@@ -197,6 +197,19 @@ private:
     std::map<const camera3_stream_t*, uint32_t> m_streamIds;
     std::map<uint32_t, uint32_t> m_requestBuffers;  // bounds what a result's array is read for
 };
+
+// A recording device in front of a real one: the camera service (or
+// hal3_check) opens through these two, and the device it gets back forwards
+// every op to the real device and every callback back to its caller,
+// recording each. RecordOpenCall writes the open call and returns the new
+// session; RecordOpenReturn writes its return and, when the open succeeded,
+// returns the recording device (never freed: a device may call back after
+// close, and its caller may still hold it).
+uint32_t RecordOpenCall(RecordingWriter* writer, const char* cameraId);
+hw_device_t* RecordOpenReturn(RecordingWriter* writer, uint32_t session, int rc, hw_device_t* device,
+                              const hw_module_t* module);
+// hal3_check's own recording of the running scenario; null when none.
+RecordingWriter*& LiveWriter();
 
 // A copy of the metadata buffer as the recording keeps it; malformed buffers
 // are not read past their header.

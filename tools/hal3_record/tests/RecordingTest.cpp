@@ -81,7 +81,7 @@ std::vector<uint8_t> FileOf(const std::vector<Record>& records, std::vector<size
 
 TEST(RecordingTest, EveryKindReadsBackAsWritten) {
     const std::vector<Record> written = EveryKind();
-    Recording read;
+    RecordingFile read;
     std::vector<uint8_t> file = FileOf(written);
     ASSERT_EQ(ParseRecording(file.data(), file.size(), &read), "");
     EXPECT_FALSE(read.cut);
@@ -108,7 +108,7 @@ TEST(RecordingTest, CutAtEveryByteReadsUpToTheCut) {
     const std::vector<uint8_t> file = FileOf(written, &ends);
     for (size_t cut = kRecordingHeaderSize; cut <= file.size(); ++cut) {
         SCOPED_TRACE(cut);
-        Recording read;
+        RecordingFile read;
         ASSERT_EQ(ParseRecording(file.data(), cut, &read), "");
         size_t whole = 0;
         while (whole < ends.size() && ends[whole] <= cut) ++whole;
@@ -153,7 +153,7 @@ TEST(RecordingTest, DamagedOrForeignFilesGiveOneLine) {
         SCOPED_TRACE(c.name);
         std::vector<uint8_t> file = good;
         c.damage(file);
-        Recording read;
+        RecordingFile read;
         std::string err = ParseRecording(file.data(), file.size(), &read);
         EXPECT_NE(err.find(c.says), std::string::npos) << err;
         EXPECT_EQ(err.find('\n'), std::string::npos);
@@ -178,7 +178,7 @@ TEST(RecordingTest, WriterKeepsEveryRecordWholeAndInThreadOrder) {
         for (auto& t : threads) t.join();
         writer.Close();
     }
-    Recording read;
+    RecordingFile read;
     ASSERT_EQ(LoadRecording(path, &read), "");
     unlink(path);
     ASSERT_EQ(read.records.size(), size_t(kThreads * kEach));
@@ -226,7 +226,7 @@ TEST(RecordingTest, CaptureBoundsWhatTheDeviceHandsOver) {
     }
     close(pipeFds[0]);
     close(pipeFds[1]);
-    Recording read;
+    RecordingFile read;
     ASSERT_EQ(LoadRecording(path, &read), "");
     unlink(path);
     ASSERT_EQ(read.records.size(), 4u);
