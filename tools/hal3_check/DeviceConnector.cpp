@@ -13,15 +13,6 @@
 
 namespace hal3_check {
 
-namespace {
-
-std::function<void(const std::string&)>& Sink() {
-    static std::function<void(const std::string&)> sink;
-    return sink;
-}
-
-}  // namespace
-
 DeviceConnector* DeviceConnector::Make() {
     static std::mutex mutex;
     static std::deque<std::unique_ptr<DeviceConnector>> all;
@@ -31,13 +22,11 @@ DeviceConnector* DeviceConnector::Make() {
     return all.back().get();
 }
 
-void DeviceConnector::SetFindingSink(std::function<void(const std::string&)> sink) { Sink() = std::move(sink); }
-
-void DeviceConnector::Finding(const std::string& finding) {
-    if (Sink())
-        Sink()(finding);
+void DeviceConnector::Flag(Finding finding) {
+    if (FindingSink* sink = FindingSink::Current())
+        sink->Add(std::move(finding));
     else
-        fprintf(stderr, "hal3_check: %s\n", finding.c_str());
+        fprintf(stderr, "hal3_check: %s\n", Text(finding).c_str());
 }
 
 DeviceConnector::DeviceConnector() {
@@ -51,7 +40,8 @@ DeviceConnector::DeviceConnector() {
     m_ops.request_stream_buffers = [](const camera3_callback_ops_t* ops, uint32_t, const camera3_buffer_request_t*,
                                       uint32_t* returned, camera3_stream_buffer_ret_t*) {
         Self(ops)->Deliver(false, [](ResultChecker* c) {
-            c->Fail("[rule buffer-management] request_stream_buffers called without HAL buffer management");
+            c->Fail(
+                {RuleId::kBufferManagement, kNoFrame, "request_stream_buffers called without HAL buffer management"});
         });
         if (returned) *returned = 0;
         return CAMERA3_BUF_REQ_FAILED_UNKNOWN;
@@ -59,7 +49,8 @@ DeviceConnector::DeviceConnector() {
     m_ops.return_stream_buffers = [](const camera3_callback_ops_t* ops, uint32_t,
                                      const camera3_stream_buffer_t* const*) {
         Self(ops)->Deliver(false, [](ResultChecker* c) {
-            c->Fail("[rule buffer-management] return_stream_buffers called without HAL buffer management");
+            c->Fail(
+                {RuleId::kBufferManagement, kNoFrame, "return_stream_buffers called without HAL buffer management"});
         });
     };
 }
@@ -80,18 +71,18 @@ void DeviceConnector::Deliver(bool result, const std::function<void(ResultChecke
     m_active--;
 }
 
-std::string DeviceConnector::Refusal(const std::string& id) const {
+std::optional<Finding> DeviceConnector::Refusal(const std::string& id) const {
     std::string camera = "camera " + id + ": ";
-    if (m_device == nullptr) return "[rule open] " + camera + "open returned 0 and no device";
+    if (m_device == nullptr) return Finding{RuleId::kOpen, kNoFrame, camera + "open returned 0 and no device"};
     if (m_device->common.version < CAMERA_DEVICE_API_VERSION_3_2) {
         char version[16];
         snprintf(version, sizeof version, "0x%x", m_device->common.version);
-        return "[rule device-version] " + camera + "device API " + version +
-               " is below 3.2, the oldest the camera service opens";
+        return Finding{RuleId::kDeviceVersion, kNoFrame,
+                       camera + "device API " + version + " is below 3.2, the oldest the camera service opens"};
     }
     const camera3_device_ops_t* o = m_device->ops;
-    if (m_device->common.close == nullptr) return "[rule open] " + camera + "the device has no close";
-    if (o == nullptr) return "[rule open] " + camera + "the device has no camera3_device_ops";
+    if (m_device->common.close == nullptr) return Finding{RuleId::kOpen, kNoFrame, camera + "the device has no close"};
+    if (o == nullptr) return Finding{RuleId::kOpen, kNoFrame, camera + "the device has no camera3_device_ops"};
     const struct {
         bool present;
         const char* name;
@@ -101,15 +92,15 @@ std::string DeviceConnector::Refusal(const std::string& id) const {
                     {o->process_capture_request != nullptr, "process_capture_request"},
                     {o->flush != nullptr, "flush"}};
     for (const auto& r : required)
-        if (!r.present) return "[rule open] " + camera + "camera3_device_ops has no " + r.name;
-    return "";
+        if (!r.present) return Finding{RuleId::kOpen, kNoFrame, camera + "camera3_device_ops has no " + r.name};
+    return std::nullopt;
 }
 
 int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) {
     hw_device_t* common = nullptr;
     const hw_module_t* m = &module.module()->common;
     int rc;
-    std::string refusal;
+    std::optional<Finding> refusal;
     {
         CallMark mark(HalCall::kOpen);  // reading the record it returned belongs to open
         RecordingWriter* recording = LiveWriter();
@@ -120,8 +111,8 @@ int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) 
         m_device = reinterpret_cast<camera3_device_t*>(common);
         refusal = Refusal(id);
     }
-    if (refusal.empty()) return 0;
-    Finding(refusal);
+    if (!refusal) return 0;
+    Flag(std::move(*refusal));
     if (m_device != nullptr && m_device->common.close != nullptr) {
         CallMark mark(HalCall::kClose);
         m_device->common.close(&m_device->common);
@@ -176,7 +167,7 @@ int DeviceConnector::Close() {
     }
     m_device = nullptr;
     if (int n = m_duringClose.load())
-        Finding("[rule no-callback-after-close] " + std::to_string(n) + " callback(s) while close was running");
+        Flag({RuleId::kNoCallbackAfterClose, kNoFrame, std::to_string(n) + " callback(s) while close was running"});
     return rc;
 }
 

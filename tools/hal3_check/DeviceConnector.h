@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace hal3_check {
@@ -23,8 +24,6 @@ public:
     // Connectors outlive their device (a late callback must find one), so
     // they are made here and never freed.
     static DeviceConnector* Make();
-    // Where findings of the device's entry points go (the running scenario).
-    static void SetFindingSink(std::function<void(const std::string&)> sink);
 
     // Opens camera `id`. A device the camera service would refuse (a null
     // device or ops table, API below 3.2) is closed again with a finding,
@@ -47,11 +46,12 @@ public:
 private:
     DeviceConnector();
     static DeviceConnector* Self(const camera3_callback_ops_t* ops);
-    static void Finding(const std::string& finding);
+    // To the running scenario's sink (FindingSink::Current).
+    static void Flag(Finding finding);
     // Hands a callback to the checker unless the device is closed.
     void Deliver(bool result, const std::function<void(ResultChecker*)>& deliver);
-    // The reason the camera service would refuse this device, or "".
-    std::string Refusal(const std::string& id) const;
+    // The reason the camera service would refuse this device, if any.
+    std::optional<Finding> Refusal(const std::string& id) const;
     // Keeps the checker's table for a report should the next call not return.
     void SaveTable();
 

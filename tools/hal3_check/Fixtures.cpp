@@ -1,5 +1,6 @@
 #include "Fixtures.h"
 
+#include "Options.h"
 #include "Report.h"
 
 #include <jpeglib.h>
@@ -71,8 +72,7 @@ bool SameSpec(const StreamSpec& a, const StreamSpec& b) {
 
 }  // namespace
 
-int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes,
-                             std::vector<std::string>* failures) {
+int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<Finding>* failures) {
     // The device may still look at the old records during the call.
     std::vector<std::unique_ptr<camera3_stream_t>> old = std::move(m_streams);
     std::vector<StreamSpec> oldSpecs = std::move(m_specs);
@@ -109,17 +109,20 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
         const StreamSpec& asked = m_specs[i];
         std::string name = "stream " + std::to_string(i) + " (" + std::to_string(asked.width) + "x" +
                            std::to_string(asked.height) + ")";
-        if (s.max_buffers == 0) failures->push_back(Finding("configure-max-buffers", name + ": max_buffers is 0"));
+        if (s.max_buffers == 0)
+            failures->push_back(Finding{RuleId::kConfigureMaxBuffers, kNoFrame, name + ": max_buffers is 0"});
         if ((s.usage & (kUsageCameraWrite | kUsageSwWriteOften)) == 0)
-            failures->push_back(Finding("configure-usage", name + ": no producer usage (camera or CPU write) set"));
+            failures->push_back(
+                Finding{RuleId::kConfigureUsage, kNoFrame, name + ": no producer usage (camera or CPU write) set"});
         if ((asked.format != kFormatImplementationDefined && s.format != asked.format) || s.width != asked.width ||
             s.height != asked.height)
-            failures->push_back(Finding("configure-stream-changed",
+            failures->push_back(Finding{RuleId::kConfigureStreamChanged, kNoFrame,
                                         name + ": the device changed it to format " + std::to_string(s.format) + " " +
-                                            std::to_string(s.width) + "x" + std::to_string(s.height)));
+                                            std::to_string(s.width) + "x" + std::to_string(s.height)});
         auto pool = std::make_unique<BufferPool>();
         std::string err = pool->Allocate(s, std::max<uint32_t>(s.max_buffers, 1), blobBytes);
-        if (!err.empty()) failures->push_back(Finding("buffer-alloc", "stream " + std::to_string(i) + ": " + err));
+        if (!err.empty())
+            failures->push_back(Finding{RuleId::kBufferAlloc, kNoFrame, "stream " + std::to_string(i) + ": " + err});
         m_pools.push_back(std::move(pool));
     }
     return 0;
@@ -128,7 +131,9 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
 FrameFixture::FrameFixture(DeviceConnector* device, StreamFixture* streams, ResultChecker* checker, int64_t stallNs,
                            std::string prefix)
     : m_device(device), m_streams(streams), m_checker(checker), m_stallNs(stallNs), m_prefix(std::move(prefix)) {
-    m_checker->SetInspector([this](uint32_t frame, const ReturnedBuffer& b) { return Inspect(frame, b); });
+    m_checker->SetInspector([this](uint32_t frame, const ReturnedBuffer& b, FindingSink& findings) {
+        if (auto f = Inspect(frame, b)) findings.Add(std::move(*f));
+    });
 }
 
 int FrameFixture::Submit(const camera_metadata_t* settings, const std::vector<size_t>& streamIndexes,
@@ -172,12 +177,12 @@ std::vector<std::string> FrameFixture::dumped() {
     return m_dumped;
 }
 
-std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
+std::optional<Finding> FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
     int index = m_streams->IndexOf(b.stream);
-    if (index < 0) return Finding("buffer-once", "frame " + std::to_string(frame) + ": buffer of an unknown stream");
+    if (index < 0) return Finding{RuleId::kBufferOnce, frame, "buffer of an unknown stream"};
     BufferPool& pool = m_streams->pool(size_t(index));
     const GrallocBuffer* buffer = pool.Find(b.handle);
-    std::string failure;
+    std::optional<Finding> failure;
     bool dump;
     {
         std::lock_guard<std::mutex> lock(m_dumpMutex);
@@ -187,10 +192,11 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
         std::string name = m_prefix + "_s" + std::to_string(index) + "_f" + std::to_string(frame);
         if (buffer->format == kFormatBlob) {
             std::vector<uint8_t> blob, jpeg;
-            if (!GrallocHelper::ReadBytes(*buffer, &blob)) return Finding("buffer-lock", "cannot lock a JPEG buffer");
+            if (!GrallocHelper::ReadBytes(*buffer, &blob))
+                return Finding{RuleId::kBufferLock, kNoFrame, "cannot lock a JPEG buffer"};
             failure = CheckJpegBlob(blob, b.stream->width, b.stream->height, &jpeg);
             ++m_jpegs;
-            if (failure.empty() && options().dumpFrames) {
+            if (!failure && options().dumpFrames) {
                 std::string path = Report::Get().WriteFile(name + ".jpg", jpeg);
                 std::lock_guard<std::mutex> lock(m_dumpMutex);
                 if (!path.empty()) m_dumped.push_back(path);
@@ -199,12 +205,12 @@ std::string FrameFixture::Inspect(uint32_t frame, const ReturnedBuffer& b) {
             std::vector<uint8_t> luma;
             if (m_decodeFrameNumbers) {
                 if (!GrallocHelper::ReadLuma(*buffer, 1, &luma))
-                    return Finding("buffer-lock", "cannot lock a YUV buffer");
+                    return Finding{RuleId::kBufferLock, kNoFrame, "cannot lock a YUV buffer"};
                 int64_t drawn = DecodeFrameNumber(luma, buffer->width, buffer->height);
                 if (drawn >= 0 && drawn != int64_t(frame))
-                    failure =
-                        Finding("stale-frame", "frame " + std::to_string(frame) + ": stream " + std::to_string(index) +
-                                                   " holds the picture of frame " + std::to_string(drawn));
+                    failure = Finding{
+                        RuleId::kStaleFrame, frame,
+                        "stream " + std::to_string(index) + " holds the picture of frame " + std::to_string(drawn)};
             }
             std::vector<uint8_t> rgb;
             if (dump && options().dumpFrames && Report::PngAvailable() && GrallocHelper::ReadRgb(*buffer, &rgb)) {
@@ -231,7 +237,7 @@ int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint
     return value;
 }
 
-std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
+std::vector<Finding> CheckColorBars(const GrallocBuffer& picture) {
     // White, yellow, cyan, green, magenta, red, blue, black: luma falls bar to
     // bar; the signs of Cb and Cr ('+' high, '-' low, '0' neutral, '.' too
     // weak to tell: yellow's Cr and blue's Cr are only ~8 % off neutral).
@@ -241,8 +247,8 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
     auto sign = [](int c) { return c - 128 >= kChroma ? '+' : c - 128 <= -kChroma ? '-' : '0'; };
     std::vector<uint8_t> row;
     if (!GrallocHelper::ReadYCbCrRow(picture, picture.height / 2, &row))
-        return {Finding("buffer-lock", "cannot lock a YUV buffer")};
-    std::vector<std::string> failures;
+        return {Finding{RuleId::kBufferLock, kNoFrame, "cannot lock a YUV buffer"}};
+    std::vector<Finding> failures;
     for (uint32_t i = 0; i < 8; ++i) {
         const uint8_t* p = row.data() + size_t((2 * i + 1) * picture.width / 16) * 3;  // the bar's centre
         const uint8_t* previous = p - size_t(picture.width / 8) * 3;
@@ -250,13 +256,14 @@ std::vector<std::string> CheckColorBars(const GrallocBuffer& picture) {
         bool ok = i == 0 || p[0] + kLumaStep <= previous[0];
         for (size_t c = 0; c < 2; ++c) ok &= want[c] == '.' || want[c] == signs[c];
         if (!ok)
-            failures.push_back(Finding(
-                "test-pattern", "bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " + std::to_string(p[0]) +
-                                    " Cb " + std::to_string(p[1]) + " Cr " + std::to_string(p[2]) + " (Cb/Cr signs " +
-                                    signs + ", wanted " + want +
-                                    (i == 0 ? ")"
-                                            : "; Y must be " + std::to_string(kLumaStep) +
-                                                  " below the previous bar's " + std::to_string(previous[0]) + ")")));
+            failures.push_back(
+                Finding{RuleId::kTestPattern, kNoFrame,
+                        "bar " + std::to_string(i) + " (" + kBars[i][0] + "): Y " + std::to_string(p[0]) + " Cb " +
+                            std::to_string(p[1]) + " Cr " + std::to_string(p[2]) + " (Cb/Cr signs " + signs +
+                            ", wanted " + want +
+                            (i == 0 ? ")"
+                                    : "; Y must be " + std::to_string(kLumaStep) + " below the previous bar's " +
+                                          std::to_string(previous[0]) + ")")});
     }
     return failures;
 }
@@ -270,16 +277,20 @@ struct JpegError {
 
 }  // namespace
 
-std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
-                          std::vector<uint8_t>* jpeg) {
-    if (blob.size() < sizeof(camera3_jpeg_blob_t)) return Finding("jpeg-blob", "buffer smaller than the blob trailer");
+std::optional<Finding> CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
+                                     std::vector<uint8_t>* jpeg) {
+    if (blob.size() < sizeof(camera3_jpeg_blob_t))
+        return Finding{RuleId::kJpegBlob, kNoFrame, "buffer smaller than the blob trailer"};
     camera3_jpeg_blob_t trailer;
     memcpy(&trailer, blob.data() + blob.size() - sizeof trailer, sizeof trailer);
-    if (trailer.jpeg_blob_id != CAMERA3_JPEG_BLOB_ID) return Finding("jpeg-blob", "no JPEG blob id in the trailer");
+    if (trailer.jpeg_blob_id != CAMERA3_JPEG_BLOB_ID)
+        return Finding{RuleId::kJpegBlob, kNoFrame, "no JPEG blob id in the trailer"};
     if (trailer.jpeg_size < 4 || trailer.jpeg_size > blob.size() - sizeof trailer)
-        return Finding("jpeg-blob", "JPEG size " + std::to_string(trailer.jpeg_size) + " does not fit the buffer");
+        return Finding{RuleId::kJpegBlob, kNoFrame,
+                       "JPEG size " + std::to_string(trailer.jpeg_size) + " does not fit the buffer"};
     jpeg->assign(blob.begin(), blob.begin() + trailer.jpeg_size);
-    if ((*jpeg)[0] != 0xFF || (*jpeg)[1] != 0xD8) return Finding("jpeg-blob", "JPEG data does not start with SOI");
+    if ((*jpeg)[0] != 0xFF || (*jpeg)[1] != 0xD8)
+        return Finding{RuleId::kJpegBlob, kNoFrame, "JPEG data does not start with SOI"};
 
     jpeg_decompress_struct cinfo{};
     JpegError err;
@@ -289,7 +300,7 @@ std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint
     err.mgr.output_message = [](j_common_ptr) {};
     if (setjmp(err.jump)) {
         jpeg_destroy_decompress(&cinfo);
-        return Finding("jpeg-decode", "libjpeg cannot decode the JPEG");
+        return Finding{RuleId::kJpegDecode, kNoFrame, "libjpeg cannot decode the JPEG"};
     }
     jpeg_create_decompress(&cinfo);
     jpeg_mem_src(&cinfo, jpeg->data(), static_cast<unsigned long>(jpeg->size()));
@@ -304,9 +315,10 @@ std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint
     jpeg_finish_decompress(&cinfo);
     jpeg_destroy_decompress(&cinfo);
     if (w != width || h != height)
-        return Finding("jpeg-decode", "JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
-                                          std::to_string(width) + "x" + std::to_string(height));
-    return "";
+        return Finding{RuleId::kJpegDecode, kNoFrame,
+                       "JPEG is " + std::to_string(w) + "x" + std::to_string(h) + ", the stream " +
+                           std::to_string(width) + "x" + std::to_string(height)};
+    return std::nullopt;
 }
 
 }  // namespace hal3_check

@@ -7,13 +7,13 @@
 
 #include "DeviceConnector.h"
 #include "GrallocHelper.h"
-#include "Rules.h"
 #include "ResultChecker.h"
 
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -51,7 +51,7 @@ public:
     // allocates max_buffers buffers per stream. Failures go to `failures`.
     // As the camera service does, a stream configured again keeps its record
     // and the records of the previous configuration live through the call.
-    int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<std::string>* failures);
+    int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<Finding>* failures);
     size_t count() const { return m_streams.size(); }
     camera3_stream_t* stream(size_t i) { return m_streams[i].get(); }
     BufferPool& pool(size_t i) { return *m_pools[i]; }
@@ -85,7 +85,7 @@ public:
     std::vector<std::string> dumped();
 
 private:
-    std::string Inspect(uint32_t frame, const ReturnedBuffer& b);
+    std::optional<Finding> Inspect(uint32_t frame, const ReturnedBuffer& b);
 
     DeviceConnector* m_device;
     StreamFixture* m_streams;
@@ -103,12 +103,12 @@ private:
 
 // The frame number the test pattern carries in the top rows of luma, or -1.
 int64_t DecodeFrameNumber(const std::vector<uint8_t>& luma, uint32_t width, uint32_t height);
-// Findings ("[rule test-pattern] ...") unless the picture is the 8 colour bars.
-std::vector<std::string> CheckColorBars(const GrallocBuffer& picture);
-// "" when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes to
-// width x height; else a finding naming its rule. *jpeg receives the JPEG bytes.
-std::string CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
-                          std::vector<uint8_t>* jpeg);
+// Findings (test-pattern) unless the picture is the 8 colour bars.
+std::vector<Finding> CheckColorBars(const GrallocBuffer& picture);
+// Nothing when `blob` holds a JPEG with the camera3 trailer that libjpeg decodes
+// to width x height; else a finding naming its rule. *jpeg receives the JPEG bytes.
+std::optional<Finding> CheckJpegBlob(const std::vector<uint8_t>& blob, uint32_t width, uint32_t height,
+                                     std::vector<uint8_t>* jpeg);
 
 }  // namespace hal3_check
 

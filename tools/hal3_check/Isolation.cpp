@@ -1,7 +1,9 @@
 #include "Isolation.h"
 
 #include "DeviceConnector.h"
+#include "FindingSink.h"
 #include "ModuleConnector.h"
+#include "Options.h"
 #include "Report.h"
 #include "Watchdog.h"
 
@@ -163,19 +165,21 @@ struct ChildEnd {
     std::string table;
     int64_t elapsedMs = 0;
 
-    std::string Finding() const {
+    Finding Crash() const {
         if (timedOut)
-            return "[rule hal-call-timeout] " + std::string(HalCallName(call)) + " did not return within " +
-                   std::to_string(HalCallBoundMs()) + " ms";
+            return {
+                RuleId::kHalCallTimeout, kNoFrame,
+                std::string(HalCallName(call)) + " did not return within " + std::to_string(HalCallBoundMs()) + " ms"};
         std::string where = call != HalCall::kNone       ? std::string("during ") + HalCallName(call)
                             : callback != HalCall::kNone ? std::string("in ") + HalCallName(callback)
                                                          : "outside any HAL call (a thread of the module)";
         if (signal != 0)
-            return "[rule hal-crash] the scenario's process died " + where + " of " + SignalName(signal) + " (signal " +
-                   std::to_string(signal) + ")";
-        return "[rule hal-crash] the scenario's process ended " + where + " with exit code " +
-               std::to_string(exitCode) +
-               " before the scenario finished (exit() in the module, or a sanitizer report above)";
+            return {RuleId::kHalCrash, kNoFrame,
+                    "the scenario's process died " + where + " of " + SignalName(signal) + " (signal " +
+                        std::to_string(signal) + ")"};
+        return {RuleId::kHalCrash, kNoFrame,
+                "the scenario's process ended " + where + " with exit code " + std::to_string(exitCode) +
+                    " before the scenario finished (exit() in the module, or a sanitizer report above)"};
     }
 };
 
@@ -272,6 +276,7 @@ public:
             if (!m_markingRanElsewhere) m_printer->OnTestPartResult(part);
             return;
         }
+        if (FindingSink::Reporting()) return;  // its finding went to the parent as it is
         std::string file = part.file_name() ? part.file_name() : "";
         Record("P" + std::to_string(int(part.type())) + kFieldSep + std::to_string(part.line_number()) + kFieldSep +
                file + kFieldSep + part.message());
@@ -298,6 +303,7 @@ private:
     void BecomeChild() {
         m_child = true;
         BecomeWatched();
+        FindingSink::SetParentChannel([](const std::string& record) { Record("F" + record); });
         std::string err = StartModule(ModuleConnector::Get());
         if (!err.empty()) {
             Record("P" + std::to_string(int(::testing::TestPartResult::kFatalFailure)) + kFieldSep + "-1" + kFieldSep +
@@ -315,7 +321,12 @@ private:
             std::string file, message;
         };
         std::vector<Recorded> parts;
+        size_t shown = 0;  // as the child's sink showed them
         for (const auto& r : end.records) {
+            Finding finding{};
+            if (r[0] == 'F' && Decode(r.substr(1), &finding) && LevelOf(finding) == Level::kMust &&
+                shown++ < FindingSink::kShownFailures)
+                parts.push_back({Part::kNonFatalFailure, -1, "", Text(finding)});
             std::vector<std::string> f = Split(r.substr(1));
             if (r[0] == 'P' && f.size() == 4)
                 parts.push_back({Part::Type(std::stoi(f[0])), std::stoi(f[1]), f[2], f[3]});
@@ -337,7 +348,7 @@ private:
         std::string suite = test.test_suite_name();
         std::string scenario = suite.substr(suite.rfind('/') + 1);
         if (!end.finished) {
-            std::string finding = end.Finding();
+            std::string finding = Text(end.Crash());
             AddPart(::testing::TestPartResult::kFatalFailure, nullptr, -1, finding);
             char line[512];
             snprintf(line, sizeof line, "hal3_check: camera %s %-22s FAIL %s", camera.c_str(), suite.c_str(),
@@ -391,7 +402,7 @@ int FindCameras(std::string* error, std::vector<std::string>* warnings) {
     }
     ChildEnd end = Watch(pid);
     if (!end.finished) {
-        *error = end.Finding();
+        *error = Text(end.Crash());
         return -1;
     }
     int count = -1;
@@ -402,7 +413,7 @@ int FindCameras(std::string* error, std::vector<std::string>* warnings) {
     }
     constexpr int kMaxCameras = 256;  // a count beyond is a lie, not a phone
     if (error->empty() && (count < 0 || count > kMaxCameras))
-        *error = "[rule module-cameras] get_number_of_cameras returned " + std::to_string(count);
+        *error = Text({RuleId::kModuleCameras, kNoFrame, "get_number_of_cameras returned " + std::to_string(count)});
     return error->empty() ? count : -1;
 }
 

@@ -1,8 +1,6 @@
-#include <algorithm>
 #include "Metadata.h"
 
-#include "Rules.h"
-
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -92,9 +90,9 @@ std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* s) {
 namespace {
 
 struct Failures {
-    std::vector<std::string> list;
-    void operator()(const char* rule, bool ok, const std::string& what) {
-        if (!ok) list.push_back(Finding(rule, what));
+    std::vector<Finding> list;
+    void operator()(RuleId rule, bool ok, const std::string& what) {
+        if (!ok) list.push_back({rule, kNoFrame, what});
     }
 };
 
@@ -124,34 +122,34 @@ const uint32_t kRequiredStaticKeys[] = {
 
 }  // namespace
 
-std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int facing, int orientation) {
+std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing, int orientation) {
     Failures f;
-    f("static-structure", s != nullptr, "no static metadata");
+    f(RuleId::kStaticStructure, s != nullptr, "no static metadata");
     if (s == nullptr) return f.list;
-    f("static-structure", validate_camera_metadata_structure(s, nullptr) == 0, "static metadata is malformed");
+    f(RuleId::kStaticStructure, validate_camera_metadata_structure(s, nullptr) == 0, "static metadata is malformed");
     if (!f.list.empty()) return f.list;  // nothing in it can be trusted
-    for (uint32_t tag : kRequiredStaticKeys) f("static-keys", Has(s, tag), "missing " + TagName(tag));
+    for (uint32_t tag : kRequiredStaticKeys) f(RuleId::kStaticKeys, Has(s, tag), "missing " + TagName(tag));
 
     int level = GetU8(s, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, -1);
-    f("static-hardware-level", level < 0 || level <= 4, "unknown hardware level " + std::to_string(level));
+    f(RuleId::kStaticHardwareLevel, level < 0 || level <= 4, "unknown hardware level " + std::to_string(level));
     auto caps = Find(s, ANDROID_REQUEST_AVAILABLE_CAPABILITIES);
     bool backward = false;
     for (size_t i = 0; i < caps.count; ++i) backward |= caps.data.u8[i] == kCapabilityBackwardCompatible;
-    f("static-capabilities", backward, "BACKWARD_COMPATIBLE missing from the capabilities");
-    f("static-partial-count", GetI32(s, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1) >= 1, "partial result count < 1");
-    f("static-pipeline-depth", GetU8(s, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 1) >= 1, "pipeline max depth < 1");
+    f(RuleId::kStaticCapabilities, backward, "BACKWARD_COMPATIBLE missing from the capabilities");
+    f(RuleId::kStaticPartialCount, GetI32(s, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1) >= 1, "partial result count < 1");
+    f(RuleId::kStaticPipelineDepth, GetU8(s, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 1) >= 1, "pipeline max depth < 1");
     auto maxStreams = Find(s, ANDROID_REQUEST_MAX_NUM_OUTPUT_STREAMS);
-    f("static-max-streams", maxStreams.count == 0 || (maxStreams.count == 3 && maxStreams.data.i32[1] >= 1),
+    f(RuleId::kStaticMaxStreams, maxStreams.count == 0 || (maxStreams.count == 3 && maxStreams.data.i32[1] >= 1),
       "max output streams must be 3 values with at least one processed stream");
 
     // Every key the camera lists among its characteristics is present.
     auto listed = Find(s, ANDROID_REQUEST_AVAILABLE_CHARACTERISTICS_KEYS);
     for (size_t i = 0; i < listed.count; ++i)
-        f("static-keys-listed", Has(s, uint32_t(listed.data.i32[i])),
+        f(RuleId::kStaticKeysListed, Has(s, uint32_t(listed.data.i32[i])),
           "listed characteristic " + TagName(uint32_t(listed.data.i32[i])) + " is absent");
 
     auto configs = OutputConfigs(s);
-    f("static-stream-configs", !configs.empty(), "no output stream configuration");
+    f(RuleId::kStaticStreamConfigs, !configs.empty(), "no output stream configuration");
     bool blob = false;
     for (const auto& c : configs) {
         std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + " format 0x" + [&] {
@@ -159,61 +157,62 @@ std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* s, int fac
             snprintf(b, sizeof b, "%x", c.format);
             return std::string(b);
         }();
-        f("static-stream-durations", c.minFrameNs > 0, name + " has no min frame duration");
-        f("static-stream-durations", c.stallNs >= 0, name + " has no stall duration");
+        f(RuleId::kStaticStreamDurations, c.minFrameNs > 0, name + " has no min frame duration");
+        f(RuleId::kStaticStreamDurations, c.stallNs >= 0, name + " has no stall duration");
         blob |= c.format == 0x21;  // HAL_PIXEL_FORMAT_BLOB
     }
-    f("static-jpeg", blob, "no JPEG (BLOB) output");
-    f("static-jpeg", GetI32(s, ANDROID_JPEG_MAX_SIZE, 0) > 0, "JPEG max size is not positive");
+    f(RuleId::kStaticJpeg, blob, "no JPEG (BLOB) output");
+    f(RuleId::kStaticJpeg, GetI32(s, ANDROID_JPEG_MAX_SIZE, 0) > 0, "JPEG max size is not positive");
     auto thumbs = Find(s, ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES);
     bool zero = false;
     for (size_t i = 0; i + 1 < thumbs.count; i += 2) zero |= thumbs.data.i32[i] == 0 && thumbs.data.i32[i + 1] == 0;
-    f("static-jpeg", zero, "thumbnail sizes lack 0x0");
+    f(RuleId::kStaticJpeg, zero, "thumbnail sizes lack 0x0");
 
     int source = GetU8(s, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, -1);
-    f("static-timestamp-source", source == 0 || source == 1, "timestamp source " + std::to_string(source));
+    f(RuleId::kStaticTimestampSource, source == 0 || source == 1, "timestamp source " + std::to_string(source));
     auto active = Find(s, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE);
     auto pixels = Find(s, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE);
     if (active.count == 4 && pixels.count == 2) {
         const int32_t* a = active.data.i32;
-        f("static-active-array",
+        f(RuleId::kStaticActiveArray,
           a[0] >= 0 && a[1] >= 0 && a[2] > 0 && a[3] > 0 && a[0] + a[2] <= pixels.data.i32[0] &&
               a[1] + a[3] <= pixels.data.i32[1],
           "active array lies outside the pixel array");
     }
     int sensorOrientation = GetI32(s, ANDROID_SENSOR_ORIENTATION, -1);
-    f("static-orientation",
+    f(RuleId::kStaticOrientation,
       sensorOrientation % 90 == 0 && sensorOrientation >= 0 && sensorOrientation < 360 &&
           sensorOrientation == orientation,
       "orientation " + std::to_string(sensorOrientation) + " (camera info says " + std::to_string(orientation) + ")");
     // android.lens.facing: FRONT 0, BACK 1, EXTERNAL 2; camera_info: BACK 0, FRONT 1, EXTERNAL 2.
     int lensFacing = GetU8(s, ANDROID_LENS_FACING, -1);
     int expected = facing == 0 ? 1 : facing == 1 ? 0 : 2;
-    f("static-facing", lensFacing == expected,
+    f(RuleId::kStaticFacing, lensFacing == expected,
       "lens facing " + std::to_string(lensFacing) + " disagrees with camera info facing " + std::to_string(facing));
     auto fps = Find(s, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
-    f("static-fps-ranges", fps.count >= 2 && fps.count % 2 == 0, "AE target fps ranges are not pairs");
+    f(RuleId::kStaticFpsRanges, fps.count >= 2 && fps.count % 2 == 0, "AE target fps ranges are not pairs");
     for (size_t i = 0; i + 1 < fps.count; i += 2)
-        f("static-fps-ranges", fps.data.i32[i] > 0 && fps.data.i32[i] <= fps.data.i32[i + 1],
+        f(RuleId::kStaticFpsRanges, fps.data.i32[i] > 0 && fps.data.i32[i] <= fps.data.i32[i + 1],
           "bad fps range " + std::to_string(fps.data.i32[i]) + "-" + std::to_string(fps.data.i32[i + 1]));
-    f("static-sync-latency", GetI32(s, ANDROID_SYNC_MAX_LATENCY, -2) >= -1, "sync max latency below -1");
+    f(RuleId::kStaticSyncLatency, GetI32(s, ANDROID_SYNC_MAX_LATENCY, -2) >= -1, "sync max latency below -1");
     return f.list;
 }
 
-std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* m, int templateType, bool required) {
+std::vector<Finding> CheckDefaultSettings(const camera_metadata_t* m, int templateType, bool required) {
     Failures f;
     std::string t = "template " + std::to_string(templateType) + ": ";
-    f("default-settings", m != nullptr || !required, t + "no settings");
+    f(RuleId::kDefaultSettings, m != nullptr || !required, t + "no settings");
     if (m == nullptr) return f.list;
-    f("default-settings", validate_camera_metadata_structure(m, nullptr) == 0, t + "malformed settings");
+    f(RuleId::kDefaultSettings, validate_camera_metadata_structure(m, nullptr) == 0, t + "malformed settings");
     if (!f.list.empty()) return f.list;
     // Capture intents are numbered as the templates are.
-    f("default-intent", GetU8(m, ANDROID_CONTROL_CAPTURE_INTENT, -1) == templateType, t + "capture intent mismatch");
+    f(RuleId::kDefaultIntent, GetU8(m, ANDROID_CONTROL_CAPTURE_INTENT, -1) == templateType,
+      t + "capture intent mismatch");
     if (templateType != 6)  // the manual template may leave AE off
-        f("default-ae-on", GetU8(m, ANDROID_CONTROL_AE_MODE, -1) >= kAeModeOn, t + "AE is not on");
-    f("default-triggers", GetU8(m, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, 0) == kAePrecaptureIdle,
+        f(RuleId::kDefaultAeOn, GetU8(m, ANDROID_CONTROL_AE_MODE, -1) >= kAeModeOn, t + "AE is not on");
+    f(RuleId::kDefaultTriggers, GetU8(m, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, 0) == kAePrecaptureIdle,
       t + "AE precapture trigger not idle");
-    f("default-triggers", GetU8(m, ANDROID_CONTROL_AF_TRIGGER, 0) == kAfTriggerIdle, t + "AF trigger not idle");
+    f(RuleId::kDefaultTriggers, GetU8(m, ANDROID_CONTROL_AF_TRIGGER, 0) == kAfTriggerIdle, t + "AF trigger not idle");
     return f.list;
 }
 

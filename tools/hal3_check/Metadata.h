@@ -3,6 +3,8 @@
 // Small helpers over the platform's packed camera metadata, and the checks a
 // camera service applies to static metadata and to default request settings.
 
+#include "Finding.h"
+
 #include <system/camera_metadata.h>
 
 #include <cstdint>
@@ -63,11 +65,11 @@ struct StreamConfig {
 };
 std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* staticInfo);
 
-// Failures, each "[rule <id>] what", of the static metadata of one camera.
-std::vector<std::string> CheckStaticMetadata(const camera_metadata_t* staticInfo, int facing, int orientation);
+// Findings of the static metadata of one camera.
+std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* staticInfo, int facing, int orientation);
 // Failures of the default settings of one template; an optional template
 // (one whose capability the camera lacks) may answer null.
-std::vector<std::string> CheckDefaultSettings(const camera_metadata_t* settings, int templateType, bool required);
+std::vector<Finding> CheckDefaultSettings(const camera_metadata_t* settings, int templateType, bool required);
 // Whether android.request.availableCapabilities lists `capability`.
 bool HasCapability(const camera_metadata_t* staticInfo, uint8_t capability);
 

@@ -1,5 +1,6 @@
 #include "ModuleConnector.h"
 
+#include "Finding.h"
 #include "Watchdog.h"
 
 #include <dlfcn.h>
@@ -30,12 +31,12 @@ std::string ModuleConnector::Load(const std::string& path) {
     }
     if (common->tag != HARDWARE_MODULE_TAG || common->id == nullptr ||
         strcmp(common->id, CAMERA_HARDWARE_MODULE_ID) != 0)
-        return "[rule module-record] the module record is not a camera module";
+        return Text({RuleId::kModuleRecord, kNoFrame, "the module record is not a camera module"});
     auto module = reinterpret_cast<const camera_module_t*>(common);
     if (common->methods == nullptr || common->methods->open == nullptr)
-        return "[rule module-record] the module record has no open method";
+        return Text({RuleId::kModuleRecord, kNoFrame, "the module record has no open method"});
     if (module->get_number_of_cameras == nullptr || module->get_camera_info == nullptr)
-        return "[rule module-record] the module lacks get_number_of_cameras or get_camera_info";
+        return Text({RuleId::kModuleRecord, kNoFrame, "the module lacks get_number_of_cameras or get_camera_info"});
     m_module = module;
     return "";
 }
@@ -46,7 +47,7 @@ std::string ModuleConnector::Start() {
     if (m_module->common.module_api_version >= CAMERA_MODULE_API_VERSION_2_4 && m_module->init != nullptr) {
         CallMark mark(HalCall::kModuleInit);
         int rc = m_module->init();
-        if (rc != 0) return "[rule module-init] init returned " + std::to_string(rc);
+        if (rc != 0) return Text({RuleId::kModuleInit, kNoFrame, "init returned " + std::to_string(rc)});
     }
     if (m_module->get_vendor_tag_ops != nullptr) {
         {
@@ -57,15 +58,16 @@ std::string ModuleConnector::Start() {
         if (m_vendorOps.get_tag_count == nullptr || m_vendorOps.get_all_tags == nullptr ||
             m_vendorOps.get_section_name == nullptr || m_vendorOps.get_tag_name == nullptr ||
             m_vendorOps.get_tag_type == nullptr) {
-            m_warnings.push_back("[rule vendor-tags] get_vendor_tag_ops left an entry empty: taken as no vendor tags");
+            m_warnings.push_back(Text(
+                {RuleId::kVendorTags, kNoFrame, "get_vendor_tag_ops left an entry empty: taken as no vendor tags"}));
             m_vendorOps = vendor_tag_ops_t{};
         } else if (set_camera_metadata_vendor_ops(&m_vendorOps) != 0) {
-            return "[rule vendor-tags] vendor tags refused";
+            return Text({RuleId::kVendorTags, kNoFrame, "vendor tags refused"});
         }
     }
     CallMark mark(HalCall::kSetCallbacks);
     if (m_module->set_callbacks == nullptr || m_module->set_callbacks(&m_callbacks) != 0)
-        return "[rule module-callbacks] set_callbacks failed";
+        return Text({RuleId::kModuleCallbacks, kNoFrame, "set_callbacks failed"});
     return "";
 }
 

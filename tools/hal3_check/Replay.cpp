@@ -2,6 +2,7 @@
 
 #include "Report.h"
 #include "ResultChecker.h"
+#include "FindingSink.h"
 #include "Rules.h"
 #include "Timeline.h"
 
@@ -30,7 +31,7 @@ public:
           m_stallNs(stallNs),
           m_session(session),
           m_staticInfo(StaticInfo()),
-          m_checker(LimitsOf(m_staticInfo.get(), stallNs), trace) {}
+          m_checker(LimitsOf(m_staticInfo.get(), stallNs), m_sink, trace) {}
 
     void Run() {
         const auto& records = m_recording.records;
@@ -41,9 +42,10 @@ public:
             if (!m_closed) m_session->lastRecord = i;
             Step(r);
         }
-        if (m_late > 0)
-            Flag(records[m_session->lastRecord],
-                 Finding("no-callback-after-close", std::to_string(m_late) + " callback(s) after close returned"));
+        if (m_late > 0) {
+            Flag(RuleId::kNoCallbackAfterClose, kNoFrame, std::to_string(m_late) + " callback(s) after close returned");
+            Collect(records[m_session->lastRecord]);
+        }
     }
 
 private:
@@ -147,27 +149,27 @@ private:
                 break;
             case CallId::kFlush: {
                 m_checker.EndFlush();
-                if (r.rc != 0 && r.rc != -ENODEV) Flag(r, Finding("flush", "flush failed: " + std::to_string(r.rc)));
+                if (r.rc != 0 && r.rc != -ENODEV)
+                    Flag(RuleId::kFlush, kNoFrame, "flush failed: " + std::to_string(r.rc));
                 int64_t ms = (r.bootNs - m_flushNs) / 1000000;
                 if (ms > 1000)
-                    Flag(r, Finding("flush-time", "flush took " + std::to_string(ms) + " ms"));
+                    Flag(RuleId::kFlushTime, kNoFrame, "flush took " + std::to_string(ms) + " ms");
                 else if (ms > 100)
-                    Flag(r, Finding("flush-time-target", "flush took " + std::to_string(ms) + " ms"));
+                    Flag(RuleId::kFlushTimeTarget, kNoFrame, "flush took " + std::to_string(ms) + " ms");
                 m_checker.Sync();
                 Completed();
                 if (!m_inFlight.empty() && !m_checker.deviceError())
-                    Flag(r, Finding("flush-drains", "frame " + std::to_string(*m_inFlight.begin()) + ": " +
-                                                        std::to_string(m_inFlight.size()) +
-                                                        " frame(s) still in flight when flush returned"));
+                    Flag(RuleId::kFlushDrains, *m_inFlight.begin(),
+                         std::to_string(m_inFlight.size()) + " frame(s) still in flight when flush returned");
                 break;
             }
             case CallId::kClose:
                 m_closed = true;
                 m_session->closed = true;
-                if (r.rc != 0) Flag(r, Finding("close", "close failed: " + std::to_string(r.rc)));
+                if (r.rc != 0) Flag(RuleId::kClose, kNoFrame, "close failed: " + std::to_string(r.rc));
                 if (m_duringClose > 0)
-                    Flag(r, Finding("no-callback-after-close",
-                                    std::to_string(m_duringClose) + " callback(s) while close was running"));
+                    Flag(RuleId::kNoCallbackAfterClose, kNoFrame,
+                         std::to_string(m_duringClose) + " callback(s) while close was running");
                 break;
             default: break;
         }
@@ -182,8 +184,8 @@ private:
         m_lastProgressNs = r.bootNs;
         m_stallFlagged = false;
         if (r.kind == RecordKind::kBufferCallback) {
-            m_checker.Fail(
-                Finding("buffer-management", std::string(CallName(r.call)) + " called without HAL buffer management"));
+            Flag(RuleId::kBufferManagement, kNoFrame,
+                 std::string(CallName(r.call)) + " called without HAL buffer management");
         } else if (r.kind == RecordKind::kNotify) {
             camera3_notify_msg_t msg{};
             msg.type = r.msgType;
@@ -221,9 +223,9 @@ private:
     void CheckStall(const Record& r) {
         if (m_inFlight.empty() || m_stallFlagged || r.bootNs - m_lastProgressNs <= m_stallNs) return;
         m_stallFlagged = true;
-        Flag(r, Finding("result-timeout", "frame " + std::to_string(*m_inFlight.begin()) + ": no callback for " +
-                                              std::to_string((r.bootNs - m_lastProgressNs) / 1000000) + " ms with " +
-                                              std::to_string(m_inFlight.size()) + " frame(s) in flight"));
+        Flag(RuleId::kResultTimeout, *m_inFlight.begin(),
+             "no callback for " + std::to_string((r.bootNs - m_lastProgressNs) / 1000000) + " ms with " +
+                 std::to_string(m_inFlight.size()) + " frame(s) in flight");
     }
 
     void Completed() {
@@ -232,18 +234,18 @@ private:
 
     void Collect(const Record& r) {
         Completed();
-        for (auto& f : m_checker.TakeFailures()) Add(r, f, false);
-        for (auto& f : m_checker.TakeWarnings()) Add(r, f, true);
+        std::vector<Finding> all = m_sink.findings();
+        for (size_t i = m_collected; i < all.size(); ++i) {
+            ReplayFinding f;
+            f.finding = all[i], f.text = Text(all[i]), f.rule = RuleOf(all[i].rule).id;
+            f.warning = LevelOf(all[i]) == Level::kShould, f.record = r.index, f.bootNs = r.bootNs;
+            m_session->findings.push_back(std::move(f));
+        }
+        m_collected = all.size();
     }
 
-    void Flag(const Record& r, const std::string& finding) { Add(r, finding, IsWarning(finding)); }
-
-    void Add(const Record& r, const std::string& text, bool warning) {
-        ReplayFinding f;
-        f.text = text, f.rule = RuleOf(text), f.warning = warning, f.record = r.index, f.bootNs = r.bootNs;
-        f.hasFrame = FrameOf(text, &f.frame);
-        m_session->findings.push_back(std::move(f));
-    }
+    // Findings of the calls themselves, in order with the checker's.
+    void Flag(RuleId rule, int64_t frame, std::string detail) { m_checker.Fail({rule, frame, std::move(detail)}); }
 
     const RecordingFile& m_recording;
     const int64_t m_stallNs;
@@ -257,6 +259,8 @@ private:
     int64_t m_flushNs = 0, m_lastProgressNs = 0;
     bool m_closing = false, m_closed = false, m_stallFlagged = false;
     int m_duringClose = 0, m_late = 0;
+    size_t m_collected = 0;  // the sink's findings already given their record
+    FindingSink m_sink;
     ResultChecker m_checker;  // last: its thread stops before the stand-ins go
 };
 
@@ -279,25 +283,6 @@ MetadataPtr MetadataOf(const RecordedMetadata& m) {
         return bad;
     }
     return nullptr;
-}
-
-std::string RuleOf(const std::string& finding) {
-    size_t at = finding.find("[rule ");
-    size_t end = finding.find(']', at);
-    return at == std::string::npos || end == std::string::npos ? "" : finding.substr(at + 6, end - at - 6);
-}
-
-bool FrameOf(const std::string& finding, uint32_t* frame) {
-    for (size_t at = finding.find("frame "); at != std::string::npos; at = finding.find("frame ", at + 1)) {
-        const char* digits = finding.c_str() + at + 6;
-        char* end = nullptr;
-        unsigned long v = strtoul(digits, &end, 10);
-        if (end != digits && *digits >= '0' && *digits <= '9') {
-            *frame = uint32_t(v);
-            return true;
-        }
-    }
-    return false;
 }
 
 std::vector<ReplaySession> SessionsOf(const RecordingFile& recording) {

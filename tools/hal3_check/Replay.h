@@ -8,6 +8,7 @@
 // checked on the recorded calls and their recorded times. Every finding keeps
 // the record it came at and the frame it names.
 
+#include "Finding.h"
 #include "Metadata.h"
 #include "Recording.h"
 
@@ -19,11 +20,10 @@
 namespace hal3_check {
 
 struct ReplayFinding {
+    Finding finding;
     std::string text;  // "[rule <id>] ..."
-    std::string rule;
+    std::string rule;  // its id
     bool warning = false;
-    bool hasFrame = false;
-    uint32_t frame = 0;
     uint64_t record = 0;  // index of the record it came at
     int64_t bootNs = 0;   // that record's time
 };
@@ -50,10 +50,6 @@ void Replay(const RecordingFile& recording, int64_t stallNs, ReplaySession* sess
 // A recorded metadata buffer as a buffer of its own (aligned); a malformed
 // one comes back malformed, an absent one null.
 MetadataPtr MetadataOf(const RecordedMetadata& metadata);
-
-// The rule id of "[rule <id>] ..." and the frame it names ("frame <n>"), if any.
-std::string RuleOf(const std::string& finding);
-bool FrameOf(const std::string& finding, uint32_t* frame);
 
 // hal3_check --replay=<file>: registers one test per recorded session (so
 // --gtest_output gives one JUnit test case each) and runs them. Returns the

@@ -9,11 +9,6 @@
 
 namespace hal3_check {
 
-Options& options() {
-    static Options o;
-    return o;
-}
-
 Report& Report::Get() {
     static Report report;
     return report;

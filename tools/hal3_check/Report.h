@@ -5,22 +5,12 @@
 // in-flight table of a time-out, and one summary line per scenario.
 
 #include <cstdint>
+#include <cstdio>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace hal3_check {
-
-struct Options {
-    std::string module;  // --module: path to load; empty: hw_get_module
-    std::string camera;  // --camera: one id; empty: all
-    std::string out = "hal3_check_out";
-    int frames = 30;            // --frames: frames per streaming scenario
-    int stallMs = 2000;         // --stall-ms: no progress for this long is a time-out
-    int rateTolerancePct = 20;  // --rate-tolerance: recording frame intervals may be off by this much
-    bool dumpFrames = true;     // --no-dump
-};
-Options& options();
 
 class Report {
 public:

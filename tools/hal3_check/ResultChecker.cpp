@@ -24,8 +24,8 @@ CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs) {
     return limits;
 }
 
-ResultChecker::ResultChecker(const CheckerLimits& limits, TraceSink trace)
-    : m_limits(limits), m_trace(std::move(trace)), m_lastProgressNs(NowNs()) {
+ResultChecker::ResultChecker(const CheckerLimits& limits, FindingSink& findings, TraceSink trace)
+    : m_limits(limits), m_findings(findings), m_trace(std::move(trace)), m_lastProgressNs(NowNs()) {
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -118,7 +118,7 @@ void ResultChecker::EndFlush() { Push(Event(Event::kFlushEnd)); }
 
 void ResultChecker::DeviceLost(const std::string& call) {
     std::lock_guard<std::mutex> lock(m_stateMutex);
-    Flag("error-device", call + " returned -ENODEV");
+    Flag(RuleId::kErrorDevice, call + " returned -ENODEV");
     m_deviceError = true;
     m_stateCv.notify_all();
 }
@@ -188,25 +188,9 @@ std::vector<FrameRecord> ResultChecker::TakeCompleted() {
     return std::move(m_completed);
 }
 
-std::vector<std::string> ResultChecker::TakeFailures() {
+void ResultChecker::Fail(Finding finding) {
     std::lock_guard<std::mutex> lock(m_stateMutex);
-    return std::move(m_failures);
-}
-
-std::vector<std::string> ResultChecker::TakeWarnings() {
-    std::lock_guard<std::mutex> lock(m_stateMutex);
-    return std::move(m_warnings);
-}
-
-void ResultChecker::Fail(const std::string& finding) {
-    std::lock_guard<std::mutex> lock(m_stateMutex);
-    FailLocked(finding);
-}
-
-void ResultChecker::FailLocked(const std::string& finding) {
-    bool warning = IsWarning(finding);
-    (warning ? m_warnings : m_failures).push_back(finding);
-    if (m_trace) m_trace((warning ? "WARN " : "FAIL ") + finding);
+    m_findings.Add(std::move(finding));
 }
 
 uint32_t ResultChecker::errorFrames() {

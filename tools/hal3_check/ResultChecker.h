@@ -4,13 +4,12 @@
 // only copy what they are given and queue it; one checker thread takes the
 // queue in order and keeps the in-flight table: which frames are out, their
 // shutter, partial results, buffers and error notifications. Every broken
-// rule becomes one finding "[rule <id>] ..." (Rules.h): a failure, or a
-// warning for a "should" rule. Everything the device hands over is bounded
+// rule becomes one finding (Finding.h) handed to the scenario's sink. Everything the device hands over is bounded
 // before it is read: counts against the request, metadata validated before
 // it is cloned.
 
+#include "FindingSink.h"
 #include "Metadata.h"
-#include "Rules.h"
 
 #include <hardware/camera3.h>
 
@@ -57,11 +56,12 @@ struct FrameRecord {
 
 class ResultChecker {
 public:
-    // Runs on the checker thread for each returned buffer; returns a failure or "".
-    using Inspector = std::function<std::string(uint32_t frame, const ReturnedBuffer&)>;
+    // Runs on the checker thread for each returned buffer; its findings go to the sink.
+    using Inspector = std::function<void(uint32_t frame, const ReturnedBuffer&, FindingSink&)>;
     using TraceSink = std::function<void(const std::string&)>;
 
-    ResultChecker(const CheckerLimits& limits, TraceSink trace);
+    // Findings go to `findings`, which outlives the checker; frame lines to `trace`.
+    ResultChecker(const CheckerLimits& limits, FindingSink& findings, TraceSink trace);
     ~ResultChecker();
 
     // Callback side: copy and queue, nothing else.
@@ -90,10 +90,8 @@ public:
     bool WaitIdle();
     size_t InFlight();
     std::vector<FrameRecord> TakeCompleted();
-    std::vector<std::string> TakeFailures();
-    std::vector<std::string> TakeWarnings();
-    // A finding from outside ("[rule <id>] ..."); a "should" rule's is a warning.
-    void Fail(const std::string& finding);
+    // A finding from outside, in order with the checker's own.
+    void Fail(Finding finding);
     std::string InFlightTable();
     uint32_t errorFrames();
     // CPU time of the checker thread so far.
@@ -129,17 +127,18 @@ private:
     void MergeMetadata(Entry& entry, MetadataPtr metadata);
     void HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b);
     bool BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer& b);
-    void WaitReleaseFence(const std::string& f, int fence);
+    void WaitReleaseFence(uint32_t frame, int fence);
     void HandleShutter(const camera3_shutter_msg_t& shutter);
     void HandleError(const camera3_error_msg_t& err);
     void MaybeComplete(uint32_t frame, int64_t arrivalNs);
     Entry* Lookup(uint32_t frame, const char* what);
     void ExplainStall();
-    void FailLocked(const std::string& finding);
-    void Flag(const char* rule, const std::string& detail) { FailLocked(Finding(rule, detail)); }
+    void Flag(RuleId rule, int64_t frame, std::string detail) { m_findings.Add({rule, frame, std::move(detail)}); }
+    void Flag(RuleId rule, std::string detail) { Flag(rule, kNoFrame, std::move(detail)); }
     std::string InFlightTableLocked();
 
     const CheckerLimits m_limits;
+    FindingSink& m_findings;
     TraceSink m_trace;
     Inspector m_inspector;
 
@@ -164,7 +163,6 @@ private:
     uint64_t m_lastShutterNs = 0;
     uint32_t m_errorFrames = 0;
     std::vector<FrameRecord> m_completed;
-    std::vector<std::string> m_failures, m_warnings;
     int64_t m_cpuNs = 0;
 
     std::thread m_thread;

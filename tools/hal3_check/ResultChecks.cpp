@@ -13,18 +13,11 @@
 
 namespace hal3_check {
 
-namespace {
-
-std::string FrameText(uint32_t frame) { return "frame " + std::to_string(frame) + ": "; }
-
-}  // namespace
-
 ResultChecker::Entry* ResultChecker::Lookup(uint32_t frame, const char* what) {
     auto it = m_inFlight.find(frame);
     if (it != m_inFlight.end()) return &it->second;
-    Flag("frame-in-flight",
-         std::string(what) + " for frame " + std::to_string(frame) +
-             (m_done.count(frame) ? ", which had already completed" : ", which was never submitted"));
+    Flag(RuleId::kFrameInFlight, frame,
+         std::string(what) + (m_done.count(frame) ? " after the frame had completed" : " for a frame never submitted"));
     return nullptr;
 }
 
@@ -59,81 +52,85 @@ void ResultChecker::Handle(Event& e) {
 
 void ResultChecker::HandleResult(Event& e) {
     if (e.nullResult) {
-        Flag("empty-result", "process_capture_result called with a null result");
+        Flag(RuleId::kEmptyResult, "process_capture_result called with a null result");
         return;
     }
-    const std::string f = FrameText(e.frame);
-    if (m_deviceError) Flag("after-error-device", f + "result after ERROR_DEVICE");
+    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, e.frame, "result after ERROR_DEVICE");
     auto done = m_done.find(e.frame);
     if (done != m_done.end() && done->second && e.metadata != nullptr) {
-        Flag("error-request-metadata", f + "result metadata after ERROR_REQUEST");
+        Flag(RuleId::kErrorRequestMetadata, e.frame, "result metadata after ERROR_REQUEST");
         return;
     }
     if (done != m_done.end() && !e.buffers.empty()) {
-        Flag("buffer-once", f + "buffer returned after the frame had completed");
+        Flag(RuleId::kBufferOnce, e.frame, "buffer returned after the frame had completed");
         return;
     }
     Entry* entry = Lookup(e.frame, "capture result");
     if (entry == nullptr) return;
     if (e.claimedBuffers > entry->buffers.size() || (e.claimedBuffers > 0 && !e.bufferArray))
-        Flag("result-buffer-count", f + "num_output_buffers " + std::to_string(e.claimedBuffers) +
-                                        (e.bufferArray ? "" : " with a null array") + ", the request had " +
-                                        std::to_string(entry->buffers.size()));
-    if (e.inputBuffer) Flag("input-buffer", f + "input buffer returned for a request without one");
-    if (e.malformedMetadata) Flag("result-structure", f + "malformed result metadata");
+        Flag(RuleId::kResultBufferCount, e.frame,
+             "num_output_buffers " + std::to_string(e.claimedBuffers) + (e.bufferArray ? "" : " with a null array") +
+                 ", the request had " + std::to_string(entry->buffers.size()));
+    if (e.inputBuffer) Flag(RuleId::kInputBuffer, e.frame, "input buffer returned for a request without one");
+    if (e.malformedMetadata) Flag(RuleId::kResultStructure, e.frame, "malformed result metadata");
     if (e.metadata == nullptr && !e.malformedMetadata && e.claimedBuffers == 0 && !e.inputBuffer)
-        Flag("empty-result", f + "result with nothing in it");
+        Flag(RuleId::kEmptyResult, e.frame, "result with nothing in it");
     if (e.metadata != nullptr)
         HandleMetadata(e, *entry);
     else if (e.partial != 0 && !e.malformedMetadata)
-        Flag("partial-without-metadata", f + "partial_result " + std::to_string(e.partial) + " without metadata");
+        Flag(RuleId::kPartialWithoutMetadata, e.frame,
+             "partial_result " + std::to_string(e.partial) + " without metadata");
     for (const auto& b : e.buffers) HandleBuffer(e.frame, *entry, b);
     MaybeComplete(e.frame, e.arrivalNs);
 }
 
 void ResultChecker::HandleMetadata(Event& e, Entry& entry) {
-    const std::string f = FrameText(e.frame);
     if (entry.errorRequest) {
-        Flag("error-request-metadata", f + "result metadata after ERROR_REQUEST");
+        Flag(RuleId::kErrorRequestMetadata, e.frame, "result metadata after ERROR_REQUEST");
         return;
     }
     if (entry.errorResult) {
         // The service drops metadata once the result is lost; an empty buffer says nothing.
         if (get_camera_metadata_entry_count(e.metadata.get()) > 0)
-            Flag("error-result-metadata", f + "result metadata after ERROR_RESULT (ignored)");
+            Flag(RuleId::kErrorResultMetadata, e.frame, "result metadata after ERROR_RESULT (ignored)");
         return;
     }
     entry.anyMetadata = true;
     if (e.partial < 1 || e.partial > m_limits.partialCount) {
-        Flag("partial-range", f + "partial_result " + std::to_string(e.partial) + " outside 1.." +
-                                  std::to_string(m_limits.partialCount));
+        Flag(RuleId::kPartialRange, e.frame,
+             "partial_result " + std::to_string(e.partial) + " outside 1.." + std::to_string(m_limits.partialCount));
         return;
     }
     if (!entry.partials.insert(e.partial).second) {
-        Flag("partial-distinct", f + "partial " + std::to_string(e.partial) + " sent twice");
+        Flag(RuleId::kPartialDistinct, e.frame, "partial " + std::to_string(e.partial) + " sent twice");
         return;
     }
     for (uint32_t tag : Tags(e.metadata.get()))
-        if (!entry.keys.insert(tag).second) Flag("partial-key-once", f + TagName(tag) + " in two partial results");
+        if (!entry.keys.insert(tag).second)
+            Flag(RuleId::kPartialKeyOnce, e.frame, TagName(tag) + " in two partial results");
     int64_t sensorNs = GetI64(e.metadata.get(), ANDROID_SENSOR_TIMESTAMP, -1);
     if (sensorNs >= 0) {
         entry.sensorNs = sensorNs;
         if (entry.shutter && uint64_t(sensorNs) != entry.shutterNs)
-            Flag("sensor-timestamp", f + "android.sensor.timestamp " + std::to_string(sensorNs) + " != shutter " +
-                                         std::to_string(entry.shutterNs));
+            Flag(RuleId::kSensorTimestamp, e.frame,
+                 "android.sensor.timestamp " + std::to_string(sensorNs) + " != shutter " +
+                     std::to_string(entry.shutterNs));
     }
     int depth = GetU8(e.metadata.get(), ANDROID_REQUEST_PIPELINE_DEPTH, -1);
     if (m_limits.pipelineMaxDepth > 0 && depth > m_limits.pipelineMaxDepth)
-        Flag("pipeline-depth", f + "android.request.pipelineDepth " + std::to_string(depth) + " above the maximum " +
-                                   std::to_string(m_limits.pipelineMaxDepth));
+        Flag(RuleId::kPipelineDepth, e.frame,
+             "android.request.pipelineDepth " + std::to_string(depth) + " above the maximum " +
+                 std::to_string(m_limits.pipelineMaxDepth));
     MergeMetadata(entry, std::move(e.metadata));
     if (e.partial == m_limits.partialCount) {
         entry.finalMetadata = true;
         if (m_anyFinal && e.frame <= m_lastFinalFrame)
-            Flag("final-result-order", f + "final result after frame " + std::to_string(m_lastFinalFrame) + "'s");
+            Flag(RuleId::kFinalResultOrder, e.frame,
+                 "final result after frame " + std::to_string(m_lastFinalFrame) + "'s");
         m_anyFinal = true;
         m_lastFinalFrame = std::max(m_lastFinalFrame, e.frame);
-        if (entry.sensorNs < 0) Flag("sensor-timestamp-missing", f + "no android.sensor.timestamp in the result");
+        if (entry.sensorNs < 0)
+            Flag(RuleId::kSensorTimestampMissing, e.frame, "no android.sensor.timestamp in the result");
     }
 }
 
@@ -151,41 +148,39 @@ void ResultChecker::MergeMetadata(Entry& entry, MetadataPtr metadata) {
 }
 
 void ResultChecker::HandleBuffer(uint32_t frame, Entry& entry, const ReturnedBuffer& b) {
-    const std::string f = FrameText(frame);
     if (b.stream == nullptr || b.handle == nullptr) {
-        Flag("buffer-null",
-             f + (b.stream == nullptr ? "returned buffer without a stream" : "returned buffer without a handle"));
+        Flag(RuleId::kBufferNull, frame,
+             (b.stream == nullptr ? "returned buffer without a stream" : "returned buffer without a handle"));
         return;
     }
     auto p = std::find_if(entry.buffers.begin(), entry.buffers.end(),
                           [&](const Pending& x) { return x.stream == b.stream && x.handle == b.handle; });
     if (p == entry.buffers.end()) {
-        Flag("buffer-once", f + "returned a buffer that was not in its request");
+        Flag(RuleId::kBufferOnce, frame, "returned a buffer that was not in its request");
         return;
     }
     if (p->returned) {
-        Flag("buffer-once", f + "buffer returned twice");
+        Flag(RuleId::kBufferOnce, frame, "buffer returned twice");
         return;
     }
     p->returned = true;
     p->status = b.status;
     if (b.acquireFence != -1)
-        Flag("buffer-acquire-fence", f + "acquire fence " + std::to_string(b.acquireFence) + ", not -1");
-    if (b.releaseFence != -1) WaitReleaseFence(f, b.releaseFence);
+        Flag(RuleId::kBufferAcquireFence, frame, "acquire fence " + std::to_string(b.acquireFence) + ", not -1");
+    if (b.releaseFence != -1) WaitReleaseFence(frame, b.releaseFence);
     if (!BufferOrder(frame, *p, b))
-        Flag("buffer-fifo",
-             f + "buffer came back after frame " + std::to_string(p->overtakenBy) + "'s on the same stream");
+        Flag(RuleId::kBufferFifo, frame,
+             "buffer came back after frame " + std::to_string(p->overtakenBy) + "'s on the same stream");
     bool ok = b.status == CAMERA3_BUFFER_STATUS_OK;
     if (ok && entry.errorRequest)
-        Flag("error-request-buffer", f + "buffer returned OK after ERROR_REQUEST");
+        Flag(RuleId::kErrorRequestBuffer, frame, "buffer returned OK after ERROR_REQUEST");
     else if (ok && entry.errorBuffers.count(b.stream))
-        Flag("error-buffer-status", f + "buffer returned OK after ERROR_BUFFER");
+        Flag(RuleId::kErrorBufferStatus, frame, "buffer returned OK after ERROR_BUFFER");
     if (m_inspector) {
         // The picture of a buffer that should have failed is not looked at.
         ReturnedBuffer seen = b;
         if (entry.errorRequest || entry.errorBuffers.count(b.stream)) seen.status = CAMERA3_BUFFER_STATUS_ERROR;
-        std::string failure = m_inspector(frame, seen);
-        if (!failure.empty()) FailLocked(failure);
+        m_inspector(frame, seen, m_findings);
     }
 }
 
@@ -208,50 +203,51 @@ bool ResultChecker::BufferOrder(uint32_t frame, Pending& p, const ReturnedBuffer
 
 // The service waits on a release fence before the consumer sees the buffer,
 // then closes it (a fence always reaches it as its own copy, through binder).
-void ResultChecker::WaitReleaseFence(const std::string& f, int fence) {
+void ResultChecker::WaitReleaseFence(uint32_t frame, int fence) {
     if (fence <= STDERR_FILENO) {  // not the device's to hand over: left open
-        Flag("release-fence", f + "release fence " + std::to_string(fence) + " is a standard stream");
+        Flag(RuleId::kReleaseFence, frame, "release fence " + std::to_string(fence) + " is a standard stream");
         return;
     }
     pollfd pfd{fence, POLLIN, 0};
     int bound = int(std::min<int64_t>(m_limits.stallNs / 1000000, 10000));
     int rc = poll(&pfd, 1, bound);
     if (rc > 0 && (pfd.revents & POLLNVAL)) {
-        Flag("release-fence", f + "release fence " + std::to_string(fence) + " is not an open file descriptor");
+        Flag(RuleId::kReleaseFence, frame,
+             "release fence " + std::to_string(fence) + " is not an open file descriptor");
         return;
     }
-    if (rc == 0) Flag("release-fence", f + "release fence not signalled within " + std::to_string(bound) + " ms");
+    if (rc == 0)
+        Flag(RuleId::kReleaseFence, frame, "release fence not signalled within " + std::to_string(bound) + " ms");
     close(fence);
 }
 
 void ResultChecker::HandleNotify(const camera3_notify_msg_t& msg) {
-    if (m_deviceError) Flag("after-error-device", "notify after ERROR_DEVICE");
+    if (m_deviceError) Flag(RuleId::kAfterErrorDevice, "notify after ERROR_DEVICE");
     if (msg.type == CAMERA3_MSG_SHUTTER)
         HandleShutter(msg.message.shutter);
     else if (msg.type == CAMERA3_MSG_ERROR)
         HandleError(msg.message.error);
     else
-        Flag("notify-type", "unknown notify type " + std::to_string(msg.type));
+        Flag(RuleId::kNotifyType, "unknown notify type " + std::to_string(msg.type));
 }
 
 void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
     uint32_t frame = shutter.frame_number;
     uint64_t ts = shutter.timestamp;
-    const std::string f = FrameText(frame);
     Entry* entry = Lookup(frame, "shutter");
     if (entry == nullptr) return;
     if (entry->shutter) {
-        Flag("shutter-once", f + "second shutter");
+        Flag(RuleId::kShutterOnce, frame, "second shutter");
         return;
     }
-    if (entry->errorRequest) Flag("error-request-shutter", f + "shutter after ERROR_REQUEST");
+    if (entry->errorRequest) Flag(RuleId::kErrorRequestShutter, frame, "shutter after ERROR_REQUEST");
     if (m_anyShutter && frame <= m_lastShutterFrame)
-        Flag("shutter-order", f + "shutter after frame " + std::to_string(m_lastShutterFrame) + "'s");
+        Flag(RuleId::kShutterOrder, frame, "shutter after frame " + std::to_string(m_lastShutterFrame) + "'s");
     if (m_anyShutter && ts <= m_lastShutterNs)
-        Flag("shutter-timestamp-order", f + "timestamp " + std::to_string(ts) + " does not rise");
+        Flag(RuleId::kShutterTimestampOrder, frame, "timestamp " + std::to_string(ts) + " does not rise");
     if (entry->sensorNs >= 0 && uint64_t(entry->sensorNs) != ts)
-        Flag("sensor-timestamp",
-             f + "shutter " + std::to_string(ts) + " != android.sensor.timestamp " + std::to_string(entry->sensorNs));
+        Flag(RuleId::kSensorTimestamp, frame,
+             "shutter " + std::to_string(ts) + " != android.sensor.timestamp " + std::to_string(entry->sensorNs));
     m_anyShutter = true;
     m_lastShutterFrame = std::max(m_lastShutterFrame, frame);
     m_lastShutterNs = std::max(m_lastShutterNs, ts);
@@ -261,15 +257,14 @@ void ResultChecker::HandleShutter(const camera3_shutter_msg_t& shutter) {
 }
 
 void ResultChecker::HandleError(const camera3_error_msg_t& err) {
-    const std::string f = FrameText(err.frame_number);
     if (err.error_code < CAMERA3_MSG_ERROR_DEVICE || err.error_code > CAMERA3_MSG_ERROR_BUFFER) {
-        Flag("notify-type", f + "unknown error code " + std::to_string(err.error_code));
+        Flag(RuleId::kNotifyType, err.frame_number, "unknown error code " + std::to_string(err.error_code));
         return;
     }
     if (err.error_code != CAMERA3_MSG_ERROR_BUFFER && err.error_stream != nullptr)
-        Flag("error-stream", f + "error " + std::to_string(err.error_code) + " names a stream");
+        Flag(RuleId::kErrorStream, err.frame_number, "error " + std::to_string(err.error_code) + " names a stream");
     if (err.error_code == CAMERA3_MSG_ERROR_DEVICE) {
-        Flag("error-device", "the device reported ERROR_DEVICE");
+        Flag(RuleId::kErrorDevice, "the device reported ERROR_DEVICE");
         m_deviceError = true;
         return;
     }
@@ -278,22 +273,24 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
     switch (err.error_code) {
         case CAMERA3_MSG_ERROR_REQUEST:
             if (entry->errorRequest) {
-                Flag("error-notify-repeat", f + "second ERROR_REQUEST");
+                Flag(RuleId::kErrorNotifyRepeat, err.frame_number, "second ERROR_REQUEST");
                 return;
             }
-            if (entry->anyMetadata) Flag("error-request-metadata", f + "ERROR_REQUEST after result metadata");
+            if (entry->anyMetadata)
+                Flag(RuleId::kErrorRequestMetadata, err.frame_number, "ERROR_REQUEST after result metadata");
             for (const Pending& p : entry->buffers)
                 if (p.returned && p.status == CAMERA3_BUFFER_STATUS_OK)
-                    Flag("error-request-buffer", f + "ERROR_REQUEST after a buffer came back OK");
+                    Flag(RuleId::kErrorRequestBuffer, err.frame_number, "ERROR_REQUEST after a buffer came back OK");
             entry->errorRequest = true;
             ++m_errorFrames;
             break;
         case CAMERA3_MSG_ERROR_RESULT:
             if (entry->errorResult) {
-                Flag("error-notify-repeat", f + "second ERROR_RESULT");
+                Flag(RuleId::kErrorNotifyRepeat, err.frame_number, "second ERROR_RESULT");
                 return;
             }
-            if (entry->finalMetadata) Flag("error-result-late", f + "ERROR_RESULT after the final result");
+            if (entry->finalMetadata)
+                Flag(RuleId::kErrorResultLate, err.frame_number, "ERROR_RESULT after the final result");
             entry->errorResult = true;
             ++m_errorFrames;
             break;
@@ -301,15 +298,15 @@ void ResultChecker::HandleError(const camera3_error_msg_t& err) {
             auto p = std::find_if(entry->buffers.begin(), entry->buffers.end(),
                                   [&](const Pending& x) { return x.stream == err.error_stream; });
             if (p == entry->buffers.end()) {
-                Flag("error-stream", f + "ERROR_BUFFER for a stream not in the request");
+                Flag(RuleId::kErrorStream, err.frame_number, "ERROR_BUFFER for a stream not in the request");
                 return;
             }
             if (!entry->errorBuffers.insert(err.error_stream).second) {
-                Flag("error-notify-repeat", f + "second ERROR_BUFFER for a stream");
+                Flag(RuleId::kErrorNotifyRepeat, err.frame_number, "second ERROR_BUFFER for a stream");
                 return;
             }
             if (p->returned && p->status == CAMERA3_BUFFER_STATUS_OK)
-                Flag("error-buffer-status", f + "ERROR_BUFFER for a buffer that came back OK");
+                Flag(RuleId::kErrorBufferStatus, err.frame_number, "ERROR_BUFFER for a buffer that came back OK");
             if (entry->errorBuffers.size() == 1 && !entry->errorRequest && !entry->errorResult) ++m_errorFrames;
             break;
         }
@@ -328,7 +325,7 @@ void ResultChecker::MaybeComplete(uint32_t frame, int64_t arrivalNs) {
     // The frame ends here: an error buffer must have been reported by now.
     for (const Pending& p : entry.buffers)
         if (p.status != CAMERA3_BUFFER_STATUS_OK && !entry.errorRequest && !entry.errorBuffers.count(p.stream))
-            Flag("error-buffer-notify", FrameText(frame) + "buffer in error with no ERROR_BUFFER or ERROR_REQUEST");
+            Flag(RuleId::kErrorBufferNotify, frame, "buffer in error with no ERROR_BUFFER or ERROR_REQUEST");
     FrameRecord record;
     record.frame = frame;
     record.submitNs = entry.submitNs;
@@ -360,14 +357,15 @@ void ResultChecker::ExplainStall() {
         for (const auto& p : entry.buffers)
             if (!p.returned && p.overtakenBy != 0) {
                 lost = true;
-                Flag("buffer-returned", FrameText(frame) + "a buffer never came back, though frame " +
-                                            std::to_string(p.overtakenBy) + "'s on the same stream did");
+                Flag(RuleId::kBufferReturned, frame,
+                     "a buffer never came back, though frame " + std::to_string(p.overtakenBy) +
+                         "'s on the same stream did");
             }
         unexplained |= !lost;
     }
     if (unexplained)
-        Flag("result-timeout", "nothing arrived for " + std::to_string(m_limits.stallNs / 1000000) + " ms with " +
-                                   std::to_string(m_inFlight.size()) + " frame(s) in flight");
+        Flag(RuleId::kResultTimeout, "nothing arrived for " + std::to_string(m_limits.stallNs / 1000000) + " ms with " +
+                                         std::to_string(m_inFlight.size()) + " frame(s) in flight");
     if (m_trace) m_trace("in-flight table at the time-out:\n" + InFlightTableLocked());
 }
 

@@ -18,12 +18,22 @@ std::vector<std::string> CameraIds() {
 
 void CameraScenario::SetUp() {
     m_id = GetParam();
-    ASSERT_EQ(m_module.Info(std::stoi(m_id), &m_info), 0)
-        << Finding("camera-info", "get_camera_info(" + m_id + ") failed");
+    std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+    m_findings = std::make_unique<FindingSink>(
+        FindingSink::Hooks{[tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); },
+                           [](const Finding& f, bool ends) {
+                               if (ends)
+                                   [&] { FAIL() << Text(f); }();
+                               else
+                                   ADD_FAILURE() << Text(f);
+                           }});
+    FindingSink::SetCurrent(m_findings.get());
+    if (m_module.Info(std::stoi(m_id), &m_info) != 0)
+        return Fatal({RuleId::kCameraInfo, kNoFrame, "get_camera_info(" + m_id + ") failed"});
     m_static = m_info.static_camera_characteristics;
-    ASSERT_NE(m_static, nullptr) << Finding("camera-info", "no static metadata");
-    ASSERT_EQ(validate_camera_metadata_structure(m_static, nullptr), 0)
-        << Finding("static-structure", "static metadata is malformed");
+    if (m_static == nullptr) return Fatal({RuleId::kCameraInfo, kNoFrame, "no static metadata"});
+    if (validate_camera_metadata_structure(m_static, nullptr) != 0)
+        return Fatal({RuleId::kStaticStructure, kNoFrame, "static metadata is malformed"});
     m_partialCount = uint32_t(std::max(1, GetI32(m_static, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
     // Our own core draws the frame number into its pictures and reports it in
     // a vendor tag; only a module that declares that tag among its result keys
@@ -52,7 +62,11 @@ void CameraScenario::TearDown() {
     auto pct = [&](double p) { return latencies.empty() ? 0.0 : latencies[size_t(p * (latencies.size() - 1))] / 1e6; };
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     char line[512];
-    std::string warned = m_warnings ? " warnings=" + std::to_string(m_warnings) : "";
+    size_t warnings = m_findings->warnings(), failures = m_findings->failures();
+    if (failures > FindingSink::kShownFailures)
+        ADD_FAILURE() << failures - FindingSink::kShownFailures << " more failures in " << Report::Get().dir()
+                      << "/trace.txt";
+    std::string warned = warnings ? " warnings=" + std::to_string(warnings) : "";
     snprintf(line, sizeof line,
              "hal3_check: camera %s %-22s %s frames=%zu error_frames=%u latency_ms p50=%.1f p99=%.1f%s%s%s",
              m_id.c_str(), test->test_suite_name(),
@@ -61,32 +75,24 @@ void CameraScenario::TearDown() {
                            : "PASS",
              m_frames.size(), errors, pct(0.5), pct(0.99), m_note.empty() ? "" : " ", m_note.c_str(), warned.c_str());
     Report::Get().Summary(line);
+    FindingSink::SetCurrent(nullptr);
 }
 
-void CameraScenario::ReportFailures(const std::vector<std::string>& findings) {
-    size_t shown = 0, failures = 0;
-    for (const auto& f : findings) {
-        if (IsWarning(f)) {
-            ++m_warnings;
-            Report::Get().Trace("WARN " + f);
-            continue;
-        }
-        ++failures;
-        if (shown++ < 20) ADD_FAILURE() << f;
-    }
-    if (failures > 20) ADD_FAILURE() << failures - 20 << " more failures in " << Report::Get().dir() << "/trace.txt";
+void CameraScenario::ReportFailures(const std::vector<Finding>& findings) {
+    for (const auto& f : findings) m_findings->Add(f);
 }
 
 void CameraScenario::Open() {
     m_device = DeviceConnector::Make();
-    ASSERT_EQ(m_device->Open(m_module, m_id), 0) << Finding("open", "open(" + m_id + ") failed");
-    ASSERT_GE(m_device->version(), uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
-        << Finding("device-version", "the open device reports an API below 3.2");
+    if (m_device->Open(m_module, m_id) != 0) return Fatal({RuleId::kOpen, kNoFrame, "open(" + m_id + ") failed"});
+    if (m_device->version() < uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+        return Fatal({RuleId::kDeviceVersion, kNoFrame, "the open device reports an API below 3.2"});
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
-    m_checker = std::make_unique<ResultChecker>(
-        LimitsOf(m_static, m_stallNs), [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
+    m_checker =
+        std::make_unique<ResultChecker>(LimitsOf(m_static, m_stallNs), *m_findings,
+                                        [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     m_device->Attach(m_checker.get());
-    ASSERT_EQ(m_device->Initialize(), 0) << Finding("initialize", "initialize failed");
+    if (m_device->Initialize() != 0) return Fatal({RuleId::kInitialize, kNoFrame, "initialize failed"});
     m_initialized = true;
     m_streams = std::make_unique<StreamFixture>(m_device);
     std::string prefix =
@@ -97,12 +103,13 @@ void CameraScenario::Open() {
 }
 
 bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
-    std::vector<std::string> failures;
+    std::vector<Finding> failures;
     int rc = m_streams->Configure(specs, m_blobBytes, &failures);
     if (rc == -ENODEV)
         m_checker->DeviceLost("configure_streams");
     else if (rc != 0)
-        failures.push_back(Finding("configure", "a supported configuration was refused: " + std::to_string(rc)));
+        failures.push_back(
+            {RuleId::kConfigure, kNoFrame, "a supported configuration was refused: " + std::to_string(rc)});
     ReportFailures(failures);
     m_framesFixture->ResetSettings();
     return rc == 0 && failures.empty();
@@ -111,7 +118,8 @@ bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
 MetadataPtr CameraScenario::Settings(int templateType) {
     const camera_metadata_t* d = m_device->DefaultSettings(templateType);
     if (d != nullptr && validate_camera_metadata_structure(d, nullptr) != 0) {
-        Record(Finding("default-settings", "template " + std::to_string(templateType) + ": malformed settings"));
+        Record(
+            {RuleId::kDefaultSettings, kNoFrame, "template " + std::to_string(templateType) + ": malformed settings"});
         d = nullptr;
     }
     if (d == nullptr) return MetadataPtr(allocate_camera_metadata(8, 64));
@@ -126,14 +134,14 @@ bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const 
         if (dumpLast && i == count - 1) m_framesFixture->DumpFrame(frame);
         int rc = m_framesFixture->Submit(settings, streams, &frame);
         if (rc == -ETIMEDOUT) {
-            ReportFailures(m_checker->TakeFailures());
-            Record(Finding("result-timeout", "no buffer came back to submit frame " + std::to_string(frame)));
+            m_checker->Sync();
+            Record({RuleId::kResultTimeout, frame, "no buffer came back to submit it"});
             return false;
         }
         if (rc == -ENODEV)
             m_checker->DeviceLost("process_capture_request");
         else if (rc != 0)
-            Record(Finding("request", "frame " + std::to_string(frame) + " refused: " + std::to_string(rc)));
+            Record({RuleId::kRequest, frame, "refused: " + std::to_string(rc)});
         if (rc != 0) return false;
     }
     return true;
@@ -148,13 +156,10 @@ bool CameraScenario::Drain() {
         Report::Get().WriteFile("inflight_" + m_id + "_" + suite.substr(suite.rfind('/') + 1) + ".txt",
                                 std::vector<uint8_t>(table.begin(), table.end()));
     }
-    ReportFailures(m_checker->TakeFailures());
-    ReportFailures(m_checker->TakeWarnings());
     for (auto& f : m_checker->TakeCompleted()) {
         int64_t drawn = m_frameCounterTag ? GetI64(f.result.get(), m_frameCounterTag, -1) : -1;
         if (drawn >= 0 && drawn != int64_t(f.frame))
-            Record(Finding("stale-frame", "frame " + std::to_string(f.frame) + ": com.zelkov.sim.frameCounter says " +
-                                              std::to_string(drawn)));
+            Record({RuleId::kStaleFrame, f.frame, "com.zelkov.sim.frameCounter says " + std::to_string(drawn)});
         m_frames.push_back(std::move(f));
     }
     return idle;
@@ -169,18 +174,18 @@ int CameraScenario::TimedFlush() {
     if (rc == -ENODEV)
         m_checker->DeviceLost("flush");
     else if (rc != 0)
-        Record(Finding("flush", "flush failed: " + std::to_string(rc)));
+        Record({RuleId::kFlush, kNoFrame, "flush failed: " + std::to_string(rc)});
     if (ms > 1000)
-        Record(Finding("flush-time", "flush took " + std::to_string(ms) + " ms"));
+        Record({RuleId::kFlushTime, kNoFrame, "flush took " + std::to_string(ms) + " ms"});
     else if (ms > 100)
-        Record(Finding("flush-time-target", "flush took " + std::to_string(ms) + " ms"));
+        Record({RuleId::kFlushTimeTarget, kNoFrame, "flush took " + std::to_string(ms) + " ms"});
     return rc;
 }
 
 void CameraScenario::Close() {
     if (m_checker == nullptr || !m_initialized) {
         // Open stopped short: as the service, only close what was opened.
-        EXPECT_EQ(m_device->Close(), 0) << Finding("close", "close failed");
+        if (m_device->Close() != 0) Record({RuleId::kClose, kNoFrame, "close failed"});
         return;
     }
     if (!m_checker->deviceError()) {
@@ -189,13 +194,15 @@ void CameraScenario::Close() {
         size_t left = m_checker->InFlight();
         bool stalled = !Drain();
         if (!stalled && left != 0)
-            Record(Finding("flush-drains", std::to_string(left) + " frame(s) still in flight when flush returned"));
+            Record({RuleId::kFlushDrains, kNoFrame,
+                    std::to_string(left) + " frame(s) still in flight when flush returned"});
     }
     Drain();  // after a fatal error, what came is still reported
-    EXPECT_EQ(m_device->Close(), 0) << Finding("close", "close failed");
+    if (m_device->Close() != 0) Record({RuleId::kClose, kNoFrame, "close failed"});
     // Give a misbehaving pipeline a few frame times to call back after close.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(m_device->lateCallbacks(), 0) << Finding("no-callback-after-close", "callbacks after close");
+    if (int late = m_device->lateCallbacks())
+        Record({RuleId::kNoCallbackAfterClose, kNoFrame, std::to_string(late) + " callback(s) after close"});
     std::vector<std::string> dumps = m_framesFixture->dumped();
     if (!dumps.empty())
         m_note +=
@@ -204,7 +211,7 @@ void CameraScenario::Close() {
 
 std::vector<StreamConfig> CameraScenario::YuvSizes() {
     std::vector<StreamConfig> sizes = Sizes(0x23 /* YCbCr_420_888 */);
-    if (sizes.empty()) Record(Finding("static-yuv", "no YUV_420_888 output size"));
+    if (sizes.empty()) Record({RuleId::kStaticYuv, kNoFrame, "no YUV_420_888 output size"});
     return sizes;
 }
 
@@ -232,8 +239,8 @@ std::string Name(const ::testing::TestParamInfo<std::string>& p) { return "camer
 class StaticMetadata : public CameraScenario {};
 TEST_P(StaticMetadata, HoldsEveryRequiredKey) {
     ReportFailures(CheckStaticMetadata(m_static, m_info.facing, m_info.orientation));
-    EXPECT_GE(m_info.device_version, uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
-        << Finding("device-version", "camera_info reports a device API below 3.2");
+    if (m_info.device_version < uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
+        Record({RuleId::kDeviceVersion, kNoFrame, "camera_info reports a device API below 3.2"});
     EXPECT_GT(m_partialCount, 0u);
     m_note = "keys=" + std::to_string(get_camera_metadata_entry_count(m_static));
 }
@@ -242,11 +249,11 @@ class OpenClose : public CameraScenario {};
 TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
     for (const char* bad : {"-1", "99", "x"})
         if (m_module.ProbeOpen(bad) == 0)
-            Record(Finding("open-bad-id", "open(\"" + std::string(bad) + "\") succeeded"));
+            Record({RuleId::kOpenBadId, kNoFrame, "open(\"" + std::string(bad) + "\") succeeded"});
     ASSERT_NO_FATAL_FAILURE(Open());
     DeviceConnector* second = DeviceConnector::Make();
     int rc = second->Open(m_module, m_id);
-    if (rc == 0) Record(Finding("open-twice", "a second open of camera " + m_id + " succeeded"));
+    if (rc == 0) Record({RuleId::kOpenTwice, kNoFrame, "a second open of camera " + m_id + " succeeded"});
     if (rc == 0) second->Close();
     // ZSL is required only with a reprocessing capability and MANUAL only with
     // MANUAL_SENSOR (CameraDevice's template list); without them a null is a refusal.
@@ -257,7 +264,8 @@ TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
         bool required = t == CAMERA3_TEMPLATE_ZERO_SHUTTER_LAG ? zsl : t == CAMERA3_TEMPLATE_MANUAL ? manual : true;
         ReportFailures(CheckDefaultSettings(m_device->DefaultSettings(t), t, required));
     }
-    EXPECT_EQ(m_device->DefaultSettings(0), nullptr) << Finding("default-settings", "template 0 gave settings");
+    if (m_device->DefaultSettings(0) != nullptr)
+        Record({RuleId::kDefaultSettings, kNoFrame, "template 0 gave settings"});
     Close();
     ASSERT_NO_FATAL_FAILURE(Open());  // a closed camera opens again
     Close();
@@ -281,13 +289,16 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
         {"bad rotation", {{kFormatYuv420, w, h, kUsageSwReadOften, 7}}},
     };
     for (const auto& c : cases) {
-        std::vector<std::string> failures;
-        EXPECT_EQ(m_streams->Configure(c.specs, m_blobBytes, &failures), -EINVAL)
-            << Finding("configure-invalid", c.what);
+        std::vector<Finding> failures;
+        int rc = m_streams->Configure(c.specs, m_blobBytes, &failures);
+        if (rc != -EINVAL)
+            Record({RuleId::kConfigureInvalid, kNoFrame, std::string(c.what) + ": " + std::to_string(rc)});
     }
     camera3_stream_configuration_t none{0, nullptr, 0, nullptr};
-    EXPECT_EQ(m_device->Configure(&none), -EINVAL) << Finding("configure-invalid", "null stream list");
-    EXPECT_EQ(m_device->Configure(nullptr), -EINVAL) << Finding("configure-invalid", "null configuration");
+    if (int rc = m_device->Configure(&none); rc != -EINVAL)
+        Record({RuleId::kConfigureInvalid, kNoFrame, "null stream list: " + std::to_string(rc)});
+    if (int rc = m_device->Configure(nullptr); rc != -EINVAL)
+        Record({RuleId::kConfigureInvalid, kNoFrame, "null configuration: " + std::to_string(rc)});
     // A good configuration still works after the refusals.
     if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
@@ -312,7 +323,7 @@ TEST_P(Preview, EverySize) {
         if (!Drain()) return;
         ++sizes;
     }
-    EXPECT_GT(sizes, 0) << Finding("configure", "no preview size streamed");
+    if (sizes == 0) Record({RuleId::kConfigure, kNoFrame, "no preview size streamed"});
     m_note = "sizes=" + std::to_string(sizes) + " ";
 }
 
@@ -320,8 +331,8 @@ class ThreeStreams : public CameraScenario {};
 TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto preview = Sizes(kFormatImplementationDefined), yuv = YuvSizes(), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || yuv.empty() || jpeg.empty())
-        << Finding("static-stream-configs", "no preview or JPEG size");
+    if (preview.empty() || yuv.empty() || jpeg.empty())
+        return Fatal({RuleId::kStaticStreamConfigs, kNoFrame, "no preview or JPEG size"});
     const auto& p = preview.back();  // smallest preview, largest YUV and JPEG
     if (!Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
                     {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
@@ -333,7 +344,7 @@ TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
                     i == options().frames - 1))
             break;
     Drain();
-    EXPECT_GT(m_framesFixture->jpegs(), 0u) << Finding("jpeg-blob", "no JPEG came back");
+    if (m_framesFixture->jpegs() == 0) Record({RuleId::kJpegBlob, kNoFrame, "no JPEG came back"});
 }
 
 class Reconfigure : public CameraScenario {};
@@ -364,13 +375,15 @@ TEST_P(Flush, WithRequestsInFlightAndWithNone) {
         if (!Stream(int(m_streams->pool(0).size()), s.get(), {0})) return;
         m_checker->Sync();
         size_t held = m_checker->InFlight();
-        EXPECT_GE(held, 2u) << Finding("flush-in-flight",
-                                       "only " + std::to_string(held) + " request(s) in the HAL when flush was called");
+        if (held < 2)
+            Record({RuleId::kFlushInFlight, kNoFrame,
+                    "only " + std::to_string(held) + " request(s) in the HAL when flush was called"});
         TimedFlush();
         m_checker->Sync();
         size_t left = m_checker->InFlight();
-        EXPECT_EQ(left, 0u) << Finding("flush-drains",
-                                       std::to_string(left) + " frame(s) still in flight when flush returned");
+        if (left != 0)
+            Record({RuleId::kFlushDrains, kNoFrame,
+                    std::to_string(left) + " frame(s) still in flight when flush returned"});
         if (!Drain()) return;
     }
     TimedFlush();             // with nothing in flight
@@ -407,10 +420,12 @@ TEST_P(InvalidRequests, AreRefusedWithEinval) {
         request.settings = r.settings;
         request.num_output_buffers = r.count;
         request.output_buffers = r.buffers;
-        EXPECT_EQ(m_device->Submit(&request), -EINVAL) << Finding("request-invalid", r.what);
+        if (int rc = m_device->Submit(&request); rc != -EINVAL)
+            Record({RuleId::kRequestInvalid, kNoFrame, std::string(r.what) + ": " + std::to_string(rc)});
     }
     m_streams->pool(0).Release(h);
-    EXPECT_EQ(m_device->Submit(nullptr), -EINVAL) << Finding("request-invalid", "null request");
+    if (int rc = m_device->Submit(nullptr); rc != -EINVAL)
+        Record({RuleId::kRequestInvalid, kNoFrame, "null request: " + std::to_string(rc)});
     EXPECT_TRUE(Stream(3, s.get(), {0}));  // the device still takes good requests
     Drain();
 }
@@ -419,7 +434,8 @@ class StillCapture : public CameraScenario {};
 TEST_P(StillCapture, After3A) {
     ASSERT_NO_FATAL_FAILURE(Open());
     auto preview = Sizes(kFormatImplementationDefined), jpeg = Sizes(kFormatBlob);
-    ASSERT_FALSE(preview.empty() || jpeg.empty()) << Finding("static-stream-configs", "no preview or JPEG size");
+    if (preview.empty() || jpeg.empty())
+        return Fatal({RuleId::kStaticStreamConfigs, kNoFrame, "no preview or JPEG size"});
     if (!Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
                      kUsageHwComposer},
                     {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
@@ -455,14 +471,17 @@ TEST_P(StillCapture, After3A) {
             converged |= aeDone && afDone;
         }
     }
-    EXPECT_TRUE(converged) << Finding("3a-converge", std::string(ae ? "AE did not converge" : "AE not INACTIVE") +
-                                                         " or " + (af ? "AF did not lock" : "AF not INACTIVE") +
-                                                         " after the triggers");
+    if (!converged)
+        Record({RuleId::k3aConverge, kNoFrame,
+                std::string(ae ? "AE did not converge" : "AE not INACTIVE") + " or " +
+                    (af ? "AF did not lock" : "AF not INACTIVE") + " after the triggers"});
     MetadataPtr still = Settings(CAMERA3_TEMPLATE_STILL_CAPTURE);
     ASSERT_EQ(GetU8(still.get(), ANDROID_CONTROL_CAPTURE_INTENT, -1), kIntent[CAMERA3_TEMPLATE_STILL_CAPTURE]);
     Stream(1, still.get(), {0, 1});
     Drain();
-    EXPECT_EQ(m_framesFixture->jpegs(), 1u) << Finding("jpeg-blob", "the still capture gave no JPEG");
+    if (m_framesFixture->jpegs() != 1)
+        Record({RuleId::kJpegBlob, kNoFrame,
+                std::to_string(m_framesFixture->jpegs()) + " JPEG(s) from the still capture"});
 }
 
 class Recording : public CameraScenario {};
@@ -479,7 +498,8 @@ TEST_P(Recording, HoldsItsFrameRate) {
     StreamConfig video{};
     for (const auto& c : Sizes(kFormatImplementationDefined))
         if (c.minFrameNs <= targetNs) video = c;
-    ASSERT_GT(video.width, 0) << Finding("frame-rate", "no video size reaches " + std::to_string(fps) + " fps");
+    if (video.width <= 0)
+        return Fatal({RuleId::kFrameRate, kNoFrame, "no video size reaches " + std::to_string(fps) + " fps"});
     if (!Configure(
             {{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
         return;
@@ -495,11 +515,10 @@ TEST_P(Recording, HoldsItsFrameRate) {
         int64_t interval = int64_t(m_frames[i].shutterNs - m_frames[i - 1].shutterNs);
         if (interval >= targetNs - slack && interval <= targetNs + slack) continue;
         ++outside;
-        Record(Finding("frame-rate", "frames " + std::to_string(m_frames[i - 1].frame) + "-" +
-                                         std::to_string(m_frames[i].frame) + ": interval " +
-                                         std::to_string(interval / 1000) + " us, target " +
-                                         std::to_string(targetNs / 1000) + " us +-" +
-                                         std::to_string(options().rateTolerancePct) + "%"));
+        Record({RuleId::kFrameRate, kNoFrame,
+                "frames " + std::to_string(m_frames[i - 1].frame) + "-" + std::to_string(m_frames[i].frame) +
+                    ": interval " + std::to_string(interval / 1000) + " us, target " + std::to_string(targetNs / 1000) +
+                    " us +-" + std::to_string(options().rateTolerancePct) + "%"});
     }
     m_note = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
 }
@@ -521,10 +540,11 @@ TEST_P(TestPattern, ColorBars) {
     Stream(3, s.get(), {0});
     if (!Drain()) return;
     for (const auto& f : m_frames)
-        EXPECT_EQ(GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1), mode) << Finding(
-            "test-pattern", "frame " + std::to_string(f.frame) + ": the result does not echo the test pattern mode");
+        if (GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1) != mode)
+            Record({RuleId::kTestPattern, f.frame, "the result does not echo the test pattern mode"});
     // Nothing was submitted after the last frame: its buffer still holds its picture.
-    ASSERT_FALSE(m_frames.empty() || m_frames.back().buffers.empty()) << Finding("test-pattern", "no frame to look at");
+    if (m_frames.empty() || m_frames.back().buffers.empty())
+        return Fatal({RuleId::kTestPattern, kNoFrame, "no frame to look at"});
     const GrallocBuffer* picture = m_streams->pool(0).Find(m_frames.back().buffers[0].handle);
     ASSERT_NE(picture, nullptr);
     ReportFailures(CheckColorBars(*picture));

@@ -5,9 +5,11 @@
 // GoogleTest tests over the module's cameras; each ends with one summary line.
 
 #include "DeviceConnector.h"
+#include "FindingSink.h"
 #include "Fixtures.h"
 #include "Metadata.h"
 #include "ModuleConnector.h"
+#include "Options.h"
 #include "Report.h"
 #include "ResultChecker.h"
 
@@ -44,14 +46,17 @@ protected:
     // flush, held to its time bounds; the checker knows a flush is running.
     int TimedFlush();
     // Findings: failures fail the test, warnings go to the trace and summary.
-    void ReportFailures(const std::vector<std::string>& findings);
-    void Record(const std::string& finding) { ReportFailures({finding}); }
+    void ReportFailures(const std::vector<Finding>& findings);
+    void Record(Finding finding) { m_findings->Add(std::move(finding)); }
+    // A finding the scenario cannot go on after; the caller returns.
+    void Fatal(Finding finding) { m_findings->AddEnding(std::move(finding)); }
 
     // Output sizes of `format` the camera advertises, largest first.
     std::vector<StreamConfig> Sizes(int format) const;
     // YUV_420_888 sizes; none is a finding (the scenario then ends).
     std::vector<StreamConfig> YuvSizes();
 
+    std::unique_ptr<FindingSink> m_findings;  // outlives the checker, which reports to it
     ModuleConnector& m_module = ModuleConnector::Get();
     std::string m_id;
     camera_info m_info{};
@@ -66,7 +71,6 @@ protected:
     std::unique_ptr<FrameFixture> m_framesFixture;
     std::vector<FrameRecord> m_frames;
     std::string m_note;  // extra text for the summary line
-    uint32_t m_warnings = 0;
     bool m_initialized = false;
 };
 

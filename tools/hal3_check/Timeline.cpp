@@ -181,7 +181,7 @@ public:
         DrawFrames(frames);
         for (const auto& f : m_session.findings) {
             json args = {{"finding", f.text}, {"record", f.record}, {"level", f.warning ? "should" : "must"}};
-            if (f.hasFrame) args["frame"] = f.frame;
+            if (f.finding.frame != kNoFrame) args["frame"] = f.finding.frame;
             uint32_t tid = f.record < recording.records.size() ? recording.records[f.record].tid : 0;
             Instant(tid, f.rule, f.bootNs, args);
         }
@@ -300,14 +300,20 @@ private:
     // frame it names, or at the end of the last session.
     static void Place(const std::string& message, const RecordingFile& recording,
                       std::vector<ReplaySession>* sessions) {
+        // Text(): "[rule <id>] frame <n>: <detail>" or "[rule <id>] <detail>".
+        size_t at = message.find("[rule "), end = message.find(']', at);
+        if (at == std::string::npos || end == std::string::npos) return;
+        const Rule* rule = FindRule(message.substr(at + 6, end - at - 6));
+        if (rule == nullptr) return;
         ReplayFinding f;
-        f.rule = RuleOf(message);
-        if (f.rule.empty()) return;
-        f.text = message.substr(message.find("[rule "));
-        f.hasFrame = FrameOf(f.text, &f.frame);
+        f.text = message.substr(at), f.rule = rule->id, f.warning = rule->level == Level::kShould;
+        f.finding.rule = rule->rule;
+        unsigned long frame = 0;
+        if (sscanf(message.c_str() + end + 1, " frame %lu:", &frame) == 1) f.finding.frame = int64_t(frame);
         f.record = recording.records.size() - 1;
         for (const Record& r : recording.records)
-            if (f.hasFrame && r.frame == f.frame && (r.kind == RecordKind::kResult || r.kind == RecordKind::kNotify))
+            if (r.session == sessions->back().session && f.finding.frame == int64_t(r.frame) &&
+                (r.kind == RecordKind::kResult || r.kind == RecordKind::kNotify))
                 f.record = r.index;
         f.bootNs = recording.records[f.record].bootNs;
         sessions->back().findings.push_back(f);

@@ -1,8 +1,8 @@
 // hal3_check: plays the camera service against a camera HAL module, each
 // scenario in a process of its own (see Isolation.h).
-#include "DeviceConnector.h"
 #include "Isolation.h"
 #include "ModuleConnector.h"
+#include "Options.h"
 #include "Replay.h"
 #include "Report.h"
 #include "Timeline.h"
@@ -125,7 +125,6 @@ int main(int argc, char** argv) {
     }
     hal3_check::ModuleConnector::Get().SetNumberOfCameras(cameras);
     hal3_check::Report::Get().Open(o.out);
-    hal3_check::DeviceConnector::SetFindingSink([](const std::string& f) { ADD_FAILURE() << f; });
     // Cameras are enumerated while gtest registers the scenarios.
     ::testing::InitGoogleTest(&argc, argv);
     hal3_check::IsolateScenarios();

@@ -46,20 +46,15 @@ public:
         while (std::getline(all, step, ';')) Step(step);
         Checker().Sync();
         std::set<std::string> ids;
-        for (const auto& f : Checker().TakeFailures()) ids.insert(IdOf(f));
-        for (const auto& f : Checker().TakeWarnings()) ids.insert("warn:" + IdOf(f));
+        for (const Finding& f : m_findings.findings())
+            ids.insert((LevelOf(f) == Level::kShould ? "warn:" : "") + std::string(RuleOf(f.rule).id));
         return ids;
     }
     const std::vector<int>& fences() const { return m_fences; }
 
 private:
-    static std::string IdOf(const std::string& finding) {
-        size_t end = finding.find(']');
-        return finding.compare(0, 6, "[rule ") == 0 && end != std::string::npos ? finding.substr(6, end - 6) : finding;
-    }
-
     ResultChecker& Checker() {
-        if (!m_checker) m_checker = std::make_unique<ResultChecker>(m_limits, nullptr);
+        if (!m_checker) m_checker = std::make_unique<ResultChecker>(m_limits, m_findings, nullptr);
         return *m_checker;
     }
 
@@ -205,6 +200,7 @@ private:
     }
 
     CheckerLimits m_limits{1, 0, 100000000};  // a 100 ms stall time for "wait"
+    FindingSink m_findings;
     std::unique_ptr<ResultChecker> m_checker;
     camera3_stream_t m_streams[3]{};
     std::map<std::pair<uint32_t, camera3_stream_t*>, buffer_handle_t> m_handles;  // stable addresses
