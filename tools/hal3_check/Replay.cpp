@@ -44,7 +44,7 @@ public:
         }
         if (m_late > 0) {
             Flag(RuleId::kNoCallbackAfterClose, kNoFrame, std::to_string(m_late) + " callback(s) after close returned");
-            Collect(records[m_session->lastRecord]);
+            Collect(records[m_firstLate]);
         }
     }
 
@@ -135,6 +135,7 @@ private:
             case CallId::kConfigureStreams:
                 for (const auto& s : r.streams) {
                     camera3_stream_t* stream = Stream(s.id);
+                    if (stream == nullptr) continue;  // id 0 is a null pointer; only a damaged file names it
                     stream->stream_type = s.type, stream->width = uint32_t(s.width);
                     stream->height = uint32_t(s.height), stream->format = s.format, stream->usage = s.usage;
                     stream->max_buffers = s.maxBuffers, stream->data_space = android_dataspace_t(s.dataSpace);
@@ -177,7 +178,7 @@ private:
 
     void Callback(const Record& r) {
         if (m_closed) {
-            ++m_late;  // as a live run: counted, never handed to the checker
+            if (m_late++ == 0) m_firstLate = r.index;  // as a live run: counted, never handed to the checker
             return;
         }
         if (m_closing) ++m_duringClose;
@@ -259,6 +260,7 @@ private:
     int64_t m_flushNs = 0, m_lastProgressNs = 0;
     bool m_closing = false, m_closed = false, m_stallFlagged = false;
     int m_duringClose = 0, m_late = 0;
+    uint64_t m_firstLate = 0;
     size_t m_collected = 0;  // the sink's findings already given their record
     FindingSink m_sink;
     ResultChecker m_checker;  // last: its thread stops before the stand-ins go
