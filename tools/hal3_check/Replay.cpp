@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -289,8 +290,14 @@ MetadataPtr MetadataOf(const RecordedMetadata& m) {
 
 std::vector<ReplaySession> SessionsOf(const RecordingFile& recording) {
     std::vector<ReplaySession> sessions;
-    for (const Record& r : recording.records) {
+    const auto& records = recording.records;
+    for (const Record& r : records) {
         if (r.kind != RecordKind::kCall || r.call != CallId::kOpen) continue;
+        // An open that failed opened no device.
+        auto ret = std::find_if(records.begin() + long(r.index) + 1, records.end(),
+                                [&](const Record& x) { return x.session == r.session; });
+        if (ret != records.end() && ret->kind == RecordKind::kReturn && ret->call == CallId::kOpen && ret->rc != 0)
+            continue;
         ReplaySession s;
         s.session = r.session, s.camera = r.text, s.firstRecord = s.lastRecord = r.index;
         s.ordinal = uint32_t(sessions.size() + 1);
