@@ -82,7 +82,9 @@ function(findings dir var)
   set(out)
   foreach(f ${found})
     string(REGEX REPLACE "\\[rule ([a-z0-9-]+)\\].*" "\\1" rule "${f}")
-    if(f MATCHES "frame ([0-9]+)")
+    # A stall is named live by the request that could not go in, in a
+    # replay by the frames that never came: compared by rule only.
+    if(f MATCHES "frame ([0-9]+)" AND NOT rule STREQUAL "result-timeout")
       set(f ${rule}@${CMAKE_MATCH_1})
     else()
       set(f ${rule})
