@@ -8,11 +8,14 @@
 #           ("*": any rule; a rule of the driving side is required live only)
 #   FAULT, CONFIG  a fault the camera core injects; ROGUE  camera.plain.so's
 #   FILTER, STALL_MS  as run_fault.cmake
+#   EMULATOR  what runs EXE (the cross-compiling emulator, "|"-separated), if anything
 #   CUT     also replay the recording cut at a random byte (a note, no crash)
 #           and damaged inside (exit 2, one line)
 # Or, with INPUTS=<dirs>: replays every file there and passes when each ends
 # with exit 0, 1 or 2 and no sanitizer report.
 cmake_minimum_required(VERSION 3.21)  # IN_LIST, file(COPY_FILE)
+string(REPLACE "|" ";" EMULATOR "${EMULATOR}")
+set(EXE ${EMULATOR} ${EXE})  # qemu-arm for the armhf preset
 if(DEFINED INPUTS)
   foreach(dir ${INPUTS})
     file(GLOB files ${dir}/*)
