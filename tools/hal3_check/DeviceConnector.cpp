@@ -1,5 +1,6 @@
 #include "DeviceConnector.h"
 
+#include "Metadata.h"
 #include "ModuleConnector.h"
 #include "Recording.h"
 #include "Watchdog.h"
@@ -13,20 +14,26 @@
 
 namespace hal3_check {
 
-DeviceConnector* DeviceConnector::Make() {
-    static std::mutex mutex;
+namespace {
+
+std::mutex g_allMutex;
+std::deque<std::unique_ptr<DeviceConnector>>& All() {
     static std::deque<std::unique_ptr<DeviceConnector>> all;
-    std::lock_guard<std::mutex> lock(mutex);
-    all.emplace_back(new DeviceConnector());
-    all.back()->m_ops.self = all.back().get();
-    return all.back().get();
+    return all;
 }
 
-void DeviceConnector::Flag(Finding finding) {
-    if (FindingSink* sink = FindingSink::Current())
-        sink->Add(std::move(finding));
-    else
-        fprintf(stderr, "hal3_check: %s\n", Text(finding).c_str());
+// How long after close a callback is still watched for: a lagging module
+// thread is caught, a scenario is not held up for long.
+constexpr int64_t kLateWindowMinNs = 300000000;
+constexpr int kLateWindowFrames = 8;
+
+}  // namespace
+
+DeviceConnector* DeviceConnector::Make() {
+    std::lock_guard<std::mutex> lock(g_allMutex);
+    All().emplace_back(new DeviceConnector());
+    All().back()->m_ops.self = All().back().get();
+    return All().back().get();
 }
 
 DeviceConnector::DeviceConnector() {
@@ -64,6 +71,7 @@ void DeviceConnector::Deliver(bool result, const std::function<void(ResultChecke
     m_active++;
     if (m_closed.load()) {
         m_late++;
+        m_lastLateNs.store(MonotonicNs());
     } else {
         if (m_closing.load()) m_duringClose++;
         if (ResultChecker* c = m_checker.load()) deliver(c);
@@ -97,8 +105,11 @@ std::optional<Finding> DeviceConnector::Refusal(const std::string& id) const {
 }
 
 int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) {
+    return Open(&module.module()->common, id);
+}
+
+int DeviceConnector::Open(const hw_module_t* m, const std::string& id) {
     hw_device_t* common = nullptr;
-    const hw_module_t* m = &module.module()->common;
     int rc;
     std::optional<Finding> refusal;
     {
@@ -112,7 +123,7 @@ int DeviceConnector::Open(const ModuleConnector& module, const std::string& id) 
         refusal = Refusal(id);
     }
     if (!refusal) return 0;
-    Flag(std::move(*refusal));
+    hal3_check::Flag(std::move(*refusal));
     if (m_device != nullptr && m_device->common.close != nullptr) {
         CallMark mark(HalCall::kClose);
         m_device->common.close(&m_device->common);
@@ -144,7 +155,15 @@ int DeviceConnector::Configure(camera3_stream_configuration_t* config) {
 
 int DeviceConnector::Submit(camera3_capture_request_t* request) {
     SaveTable();
-    CallMark mark(HalCall::kRequest);
+    // Settings carry over from request to request: so does the interval.
+    if (request != nullptr && request->settings != nullptr) {
+        int64_t duration = GetI64(request->settings, ANDROID_SENSOR_FRAME_DURATION, 0);
+        auto fps = Find(request->settings, ANDROID_CONTROL_AE_TARGET_FPS_RANGE);
+        if (fps.count == 2 && fps.data.i32[0] > 0)
+            duration = std::max<int64_t>(duration, 1000000000LL / fps.data.i32[0]);
+        if (duration > 0) m_frameIntervalNs = duration;
+    }
+    CallMark mark(HalCall::kRequest, 4 * m_frameIntervalNs);
     return m_device->ops->process_capture_request(m_device, request);
 }
 
@@ -162,13 +181,45 @@ int DeviceConnector::Close() {
         CallMark mark(HalCall::kClose);
         m_closing.store(true);
         rc = m_device->common.close(&m_device->common);
+        m_closedNs.store(MonotonicNs());
         m_closed.store(true);
         while (m_active.load() != 0) std::this_thread::yield();
     }
     m_device = nullptr;
     if (int n = m_duringClose.load())
-        Flag({RuleId::kNoCallbackAfterClose, kNoFrame, std::to_string(n) + " callback(s) while close was running"});
+        hal3_check::Flag(
+            {RuleId::kCallbackDuringClose, kNoFrame, std::to_string(n) + " callback(s) while close was running"});
     return rc;
+}
+
+void DeviceConnector::WaitOutLateWindow() const {
+    int64_t closed = m_closedNs.load();
+    if (closed == 0) return;
+    int64_t until = closed + std::max(kLateWindowMinNs, kLateWindowFrames * m_frameIntervalNs);
+    for (int64_t now = MonotonicNs(); now < until; now = MonotonicNs())
+        std::this_thread::sleep_for(std::chrono::nanoseconds(until - now));
+}
+
+int DeviceConnector::lateCallbacks() {
+    WaitOutLateWindow();
+    m_lateCounted = m_late.load();
+    return m_lateCounted;
+}
+
+std::vector<Finding> DeviceConnector::UncountedLateCallbacks() {
+    std::lock_guard<std::mutex> lock(g_allMutex);
+    std::vector<Finding> out;
+    for (const auto& d : All()) {
+        d->WaitOutLateWindow();
+        int late = d->m_late.load();
+        if (late <= d->m_lateCounted) continue;
+        int64_t after = (d->m_lastLateNs.load() - d->m_closedNs.load()) / 1000000;
+        out.push_back({RuleId::kNoCallbackAfterClose, kNoFrame,
+                       std::to_string(late - d->m_lateCounted) + " callback(s) after close returned, the last " +
+                           std::to_string(after) + " ms after it"});
+        d->m_lateCounted = late;
+    }
+    return out;
 }
 
 void DeviceConnector::SaveTable() {

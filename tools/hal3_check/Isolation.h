@@ -5,7 +5,12 @@
 // call ends only that process, and its scenario fails with a finding naming
 // the call. The parent holds no module and no thread, so it forks without
 // exec (re-exec is unreliable under qemu user emulation); a child loads the
-// module afresh, runs one scenario, and ends when it ends.
+// module afresh, runs one scenario, and ends when it ends. The parent alone
+// writes the report files and the verdict; a child's findings, trace lines
+// and summaries come through the shared page, its stdout and stderr through
+// pipes the parent relays as "module: ..." lines.
+
+#include "Verdict.h"
 
 #include <string>
 #include <vector>
@@ -20,15 +25,18 @@ int HalCallBoundMs();
 // *warnings.
 int FindCameras(std::string* error, std::vector<std::string>* warnings);
 
-// Installs the gtest listener that forks each scenario, replays the child's
-// findings into the parent's test, and adds a finding when the child died.
+// Installs the gtest listener that forks each scenario and keeps the verdict
+// (it replaces gtest's printer and JUnit writer).
 void IsolateScenarios();
 
-struct RunTotals {
-    int runs = 0, failed = 0, skipped = 0;
-};
+// A failure of the module before any scenario (loading, init, enumeration):
+// the verdict is one failed case, Module.Start, carrying the finding.
+void ReportModuleFailure(const std::string& finding);
+
 // Scenario runs over every --gtest_repeat iteration.
 RunTotals Totals();
+// The checker itself failed (fork, pipes, its report files).
+bool CheckerFailed();
 
 }  // namespace hal3_check
 

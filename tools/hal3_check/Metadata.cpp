@@ -1,5 +1,8 @@
 #include "Metadata.h"
 
+#include <hardware/camera_common.h>
+#include <system/graphics.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -87,6 +90,34 @@ std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* s) {
     return out;
 }
 
+StaticInfo::StaticInfo(const camera_metadata_t* m)
+    : m_raw(m),
+      m_partialCount(uint32_t(std::max(1, GetI32(m, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)))),
+      m_pipelineMaxDepth(std::max(0, GetU8(m, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 0))),
+      m_hardwareLevel(GetU8(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, -1)),
+      m_outputs(OutputConfigs(m)) {
+    auto keys = Find(m, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS);
+    for (size_t i = 0; keys.type == TYPE_INT32 && i < keys.count; ++i) m_resultKeys.insert(uint32_t(keys.data.i32[i]));
+}
+
+std::vector<StreamConfig> StaticInfo::Outputs(int32_t format) const {
+    std::vector<StreamConfig> out;
+    std::copy_if(m_outputs.begin(), m_outputs.end(), std::back_inserter(out),
+                 [&](const StreamConfig& c) { return c.format == format; });
+    std::sort(out.begin(), out.end(),
+              [](const auto& a, const auto& b) { return int64_t(a.width) * a.height > int64_t(b.width) * b.height; });
+    return out;
+}
+
+int64_t StaticInfo::longestFrameAndStallNs() const {
+    int64_t frame = 0, stall = 0;
+    for (const auto& c : m_outputs) {
+        frame = std::max(frame, c.minFrameNs);
+        stall = std::max(stall, c.stallNs);
+    }
+    return frame + stall;
+}
+
 namespace {
 
 struct Failures {
@@ -128,10 +159,12 @@ std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing,
     if (s == nullptr) return f.list;
     f(RuleId::kStaticStructure, validate_camera_metadata_structure(s, nullptr) == 0, "static metadata is malformed");
     if (!f.list.empty()) return f.list;  // nothing in it can be trusted
+    StaticInfo info(s);
     for (uint32_t tag : kRequiredStaticKeys) f(RuleId::kStaticKeys, Has(s, tag), "missing " + TagName(tag));
 
-    int level = GetU8(s, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, -1);
-    f(RuleId::kStaticHardwareLevel, level < 0 || level <= 4, "unknown hardware level " + std::to_string(level));
+    int level = info.hardwareLevel();
+    f(RuleId::kStaticHardwareLevel, level <= ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL,
+      "unknown hardware level " + std::to_string(level));
     auto caps = Find(s, ANDROID_REQUEST_AVAILABLE_CAPABILITIES);
     bool backward = false;
     for (size_t i = 0; i < caps.count; ++i) backward |= caps.data.u8[i] == kCapabilityBackwardCompatible;
@@ -148,18 +181,24 @@ std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing,
         f(RuleId::kStaticKeysListed, Has(s, uint32_t(listed.data.i32[i])),
           "listed characteristic " + TagName(uint32_t(listed.data.i32[i])) + " is absent");
 
-    auto configs = OutputConfigs(s);
-    f(RuleId::kStaticStreamConfigs, !configs.empty(), "no output stream configuration");
+    f(RuleId::kStaticStreamConfigs, !info.outputs().empty(), "no output stream configuration");
     bool blob = false;
-    for (const auto& c : configs) {
-        std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + " format 0x" + [&] {
-            char b[16];
-            snprintf(b, sizeof b, "%x", c.format);
-            return std::string(b);
-        }();
-        f(RuleId::kStaticStreamDurations, c.minFrameNs > 0, name + " has no min frame duration");
-        f(RuleId::kStaticStreamDurations, c.stallNs >= 0, name + " has no stall duration");
-        blob |= c.format == 0x21;  // HAL_PIXEL_FORMAT_BLOB
+    for (const auto& c : info.outputs()) {
+        char name[64];
+        snprintf(name, sizeof name, "%dx%d format 0x%x", c.width, c.height, unsigned(c.format));
+        f(RuleId::kStaticStreamDurations, c.minFrameNs > 0, std::string(name) + " has no min frame duration");
+        // These never stall; a stall of 0, listed or not, is no stall.
+        switch (c.format) {
+            case HAL_PIXEL_FORMAT_YCBCR_420_888:
+            case HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED:
+            case HAL_PIXEL_FORMAT_RAW10:
+            case HAL_PIXEL_FORMAT_RAW12:
+            case HAL_PIXEL_FORMAT_Y8:
+                f(RuleId::kStaticStreamDurations, c.stallNs <= 0,
+                  std::string(name) + " stalls " + std::to_string(c.stallNs) + " ns; the format never stalls");
+                break;
+        }
+        blob |= c.format == HAL_PIXEL_FORMAT_BLOB;
     }
     f(RuleId::kStaticJpeg, blob, "no JPEG (BLOB) output");
     f(RuleId::kStaticJpeg, GetI32(s, ANDROID_JPEG_MAX_SIZE, 0) > 0, "JPEG max size is not positive");
@@ -169,7 +208,9 @@ std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing,
     f(RuleId::kStaticJpeg, zero, "thumbnail sizes lack 0x0");
 
     int source = GetU8(s, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, -1);
-    f(RuleId::kStaticTimestampSource, source == 0 || source == 1, "timestamp source " + std::to_string(source));
+    f(RuleId::kStaticTimestampSource,
+      source == ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE_UNKNOWN || source == ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE_REALTIME,
+      "timestamp source " + std::to_string(source));
     auto active = Find(s, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE);
     auto pixels = Find(s, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE);
     if (active.count == 4 && pixels.count == 2) {
@@ -184,9 +225,10 @@ std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing,
       sensorOrientation % 90 == 0 && sensorOrientation >= 0 && sensorOrientation < 360 &&
           sensorOrientation == orientation,
       "orientation " + std::to_string(sensorOrientation) + " (camera info says " + std::to_string(orientation) + ")");
-    // android.lens.facing: FRONT 0, BACK 1, EXTERNAL 2; camera_info: BACK 0, FRONT 1, EXTERNAL 2.
     int lensFacing = GetU8(s, ANDROID_LENS_FACING, -1);
-    int expected = facing == 0 ? 1 : facing == 1 ? 0 : 2;
+    int expected = facing == CAMERA_FACING_BACK    ? ANDROID_LENS_FACING_BACK
+                   : facing == CAMERA_FACING_FRONT ? ANDROID_LENS_FACING_FRONT
+                                                   : ANDROID_LENS_FACING_EXTERNAL;
     f(RuleId::kStaticFacing, lensFacing == expected,
       "lens facing " + std::to_string(lensFacing) + " disagrees with camera info facing " + std::to_string(facing));
     auto fps = Find(s, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
@@ -194,6 +236,21 @@ std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* s, int facing,
     for (size_t i = 0; i + 1 < fps.count; i += 2)
         f(RuleId::kStaticFpsRanges, fps.data.i32[i] > 0 && fps.data.i32[i] <= fps.data.i32[i + 1],
           "bad fps range " + std::to_string(fps.data.i32[i]) + "-" + std::to_string(fps.data.i32[i + 1]));
+    // LIMITED and above list (max, max) and a (min, max) with min <= 15 for their highest max.
+    if (info.hardwareLevel() == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LIMITED ||
+        info.hardwareLevel() == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_FULL ||
+        info.hardwareLevel() == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_3) {
+        int32_t highest = 0;
+        for (size_t i = 1; i < fps.count; i += 2) highest = std::max(highest, fps.data.i32[i]);
+        bool fixed = false, wide = false;
+        for (size_t i = 0; i + 1 < fps.count; i += 2) {
+            fixed |= fps.data.i32[i] == highest && fps.data.i32[i + 1] == highest;
+            wide |= fps.data.i32[i] <= 15 && fps.data.i32[i + 1] == highest;
+        }
+        f(RuleId::kStaticFpsLimited, fixed && wide,
+          "no (" + std::to_string(highest) + ", " + std::to_string(highest) + ") or (min <= 15, " +
+              std::to_string(highest) + ") range");
+    }
     f(RuleId::kStaticSyncLatency, GetI32(s, ANDROID_SYNC_MAX_LATENCY, -2) >= -1, "sync max latency below -1");
     return f.list;
 }
@@ -208,7 +265,7 @@ std::vector<Finding> CheckDefaultSettings(const camera_metadata_t* m, int templa
     // Capture intents are numbered as the templates are.
     f(RuleId::kDefaultIntent, GetU8(m, ANDROID_CONTROL_CAPTURE_INTENT, -1) == templateType,
       t + "capture intent mismatch");
-    if (templateType != 6)  // the manual template may leave AE off
+    if (templateType != ANDROID_CONTROL_CAPTURE_INTENT_MANUAL)  // the manual template may leave AE off
         f(RuleId::kDefaultAeOn, GetU8(m, ANDROID_CONTROL_AE_MODE, -1) >= kAeModeOn, t + "AE is not on");
     f(RuleId::kDefaultTriggers, GetU8(m, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, 0) == kAePrecaptureIdle,
       t + "AE precapture trigger not idle");

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,30 +20,30 @@ struct MetadataDeleter {
 };
 using MetadataPtr = std::unique_ptr<camera_metadata_t, MetadataDeleter>;
 
-// Values of the standard enums this tool needs (the tag tables carry no enum values).
+// Short names of the standard enum values the scenarios use.
 enum : uint8_t {
-    kAeModeOff = 0,
-    kAeModeOn = 1,
-    kAePrecaptureIdle = 0,
-    kAePrecaptureStart = 1,
-    kAfTriggerIdle = 0,
-    kAfTriggerStart = 1,
-    kAfModeAuto = 1,
-    kAeStateInactive = 0,
-    kAeStateConverged = 2,
-    kAeStateFlashRequired = 4,
-    kAeStateLocked = 3,
-    kAfStateInactive = 0,
-    kAfStateFocusedLocked = 4,
-    kAfStateNotFocusedLocked = 5,
-    kCapabilityBackwardCompatible = 0,
-    kCapabilityManualSensor = 1,
-    kCapabilityPrivateReprocessing = 4,
-    kCapabilityYuvReprocessing = 7,
-    kTestPatternOff = 0,
-    kTestPatternColorBars = 2,
+    kAeModeOff = ANDROID_CONTROL_AE_MODE_OFF,
+    kAeModeOn = ANDROID_CONTROL_AE_MODE_ON,
+    kAePrecaptureIdle = ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER_IDLE,
+    kAePrecaptureStart = ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER_START,
+    kAfTriggerIdle = ANDROID_CONTROL_AF_TRIGGER_IDLE,
+    kAfTriggerStart = ANDROID_CONTROL_AF_TRIGGER_START,
+    kAfModeAuto = ANDROID_CONTROL_AF_MODE_AUTO,
+    kAeStateInactive = ANDROID_CONTROL_AE_STATE_INACTIVE,
+    kAeStateConverged = ANDROID_CONTROL_AE_STATE_CONVERGED,
+    kAeStateFlashRequired = ANDROID_CONTROL_AE_STATE_FLASH_REQUIRED,
+    kAeStateLocked = ANDROID_CONTROL_AE_STATE_LOCKED,
+    kAfStateInactive = ANDROID_CONTROL_AF_STATE_INACTIVE,
+    kAfStateFocusedLocked = ANDROID_CONTROL_AF_STATE_FOCUSED_LOCKED,
+    kAfStateNotFocusedLocked = ANDROID_CONTROL_AF_STATE_NOT_FOCUSED_LOCKED,
+    kCapabilityBackwardCompatible = ANDROID_REQUEST_AVAILABLE_CAPABILITIES_BACKWARD_COMPATIBLE,
+    kCapabilityManualSensor = ANDROID_REQUEST_AVAILABLE_CAPABILITIES_MANUAL_SENSOR,
+    kCapabilityPrivateReprocessing = ANDROID_REQUEST_AVAILABLE_CAPABILITIES_PRIVATE_REPROCESSING,
+    kCapabilityYuvReprocessing = ANDROID_REQUEST_AVAILABLE_CAPABILITIES_YUV_REPROCESSING,
+    kTestPatternOff = ANDROID_SENSOR_TEST_PATTERN_MODE_OFF,
+    kTestPatternColorBars = ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS,
 };
-constexpr int32_t kStreamOutput = 0;  // direction in the stream configuration table
+constexpr int32_t kStreamOutput = ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS_OUTPUT;
 
 // Entry of `tag`, or count 0 when missing.
 camera_metadata_ro_entry_t Find(const camera_metadata_t* m, uint32_t tag);
@@ -58,12 +59,36 @@ void Set(MetadataPtr& m, uint32_t tag, const void* data, size_t count);
 void SetU8(MetadataPtr& m, uint32_t tag, uint8_t v);
 
 // One output configuration of android.scaler.availableStreamConfigurations,
-// with its durations from the min-frame and stall tables.
+// with its durations from the min-frame and stall tables (-1: not listed; a
+// stall not listed is 0, as StreamConfigurationMap has it).
 struct StreamConfig {
     int32_t format, width, height;
     int64_t minFrameNs, stallNs;
 };
 std::vector<StreamConfig> OutputConfigs(const camera_metadata_t* staticInfo);
+
+// One camera's static metadata, read once for the checks and the scenarios.
+class StaticInfo {
+public:
+    explicit StaticInfo(const camera_metadata_t* staticInfo);
+    const camera_metadata_t* raw() const { return m_raw; }
+    uint32_t partialCount() const { return m_partialCount; }     // at least 1
+    int pipelineMaxDepth() const { return m_pipelineMaxDepth; }  // 0 when not given
+    int hardwareLevel() const { return m_hardwareLevel; }  // ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_*, -1 when not given
+    const std::set<uint32_t>& resultKeys() const { return m_resultKeys; }
+    const std::vector<StreamConfig>& outputs() const { return m_outputs; }
+    // The outputs of `format`, largest first.
+    std::vector<StreamConfig> Outputs(int32_t format) const;
+    // The longest min frame duration plus the longest stall of any output.
+    int64_t longestFrameAndStallNs() const;
+
+private:
+    const camera_metadata_t* m_raw;
+    uint32_t m_partialCount;
+    int m_pipelineMaxDepth, m_hardwareLevel;
+    std::set<uint32_t> m_resultKeys;
+    std::vector<StreamConfig> m_outputs;
+};
 
 // Findings of the static metadata of one camera.
 std::vector<Finding> CheckStaticMetadata(const camera_metadata_t* staticInfo, int facing, int orientation);

@@ -4,8 +4,13 @@
 #include "Watchdog.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -54,12 +59,15 @@ std::string ModuleConnector::Start() {
             CallMark mark(HalCall::kVendorTagOps);
             m_module->get_vendor_tag_ops(&m_vendorOps);
         }
-        // The camera provider takes entries left empty as "no vendor tags" and goes on.
-        if (m_vendorOps.get_tag_count == nullptr || m_vendorOps.get_all_tags == nullptr ||
-            m_vendorOps.get_section_name == nullptr || m_vendorOps.get_tag_name == nullptr ||
-            m_vendorOps.get_tag_type == nullptr) {
+        // Ops left untouched mean no vendor tags (camera_common.h). The camera
+        // provider takes ops partly filled as none too, and logs it.
+        const int filled = (m_vendorOps.get_tag_count != nullptr) + (m_vendorOps.get_all_tags != nullptr) +
+                           (m_vendorOps.get_section_name != nullptr) + (m_vendorOps.get_tag_name != nullptr) +
+                           (m_vendorOps.get_tag_type != nullptr);
+        if (filled > 0 && filled < 5)
             m_warnings.push_back(Text(
                 {RuleId::kVendorTags, kNoFrame, "get_vendor_tag_ops left an entry empty: taken as no vendor tags"}));
+        if (filled < 5) {
             m_vendorOps = vendor_tag_ops_t{};
         } else if (set_camera_metadata_vendor_ops(&m_vendorOps) != 0) {
             return Text({RuleId::kVendorTags, kNoFrame, "vendor tags refused"});
@@ -77,10 +85,61 @@ int ModuleConnector::NumberOfCameras() const {
     return m_module->get_number_of_cameras();
 }
 
-int ModuleConnector::Info(int id, camera_info* info) const {
+namespace {
+
+// Copies `n` bytes the module handed over without touching them here: a
+// pipe's write reports memory that is not readable as EFAULT, where a read
+// would fault (and qemu-arm has no process_vm_readv).
+bool CopyFromModule(const void* from, size_t n, void* to) {
+    int p[2];
+    if (pipe2(p, O_CLOEXEC) != 0) return false;
+    bool ok = true;
+    for (size_t done = 0; done < n && ok;) {
+        ssize_t w = write(p[1], static_cast<const char*>(from) + done, std::min<size_t>(n - done, 4096));
+        ok = w > 0 && read(p[0], static_cast<char*>(to) + done, size_t(w)) == w;
+        if (ok) done += size_t(w);
+    }
+    close(p[0]);
+    close(p[1]);
+    return ok;
+}
+
+}  // namespace
+
+int ModuleConnector::Info(int id, camera_info* info) {
     if (m_module == nullptr) return -ENODEV;
-    CallMark mark(HalCall::kCameraInfo);
-    return m_module->get_camera_info(id, info);
+    int rc;
+    {
+        CallMark mark(HalCall::kCameraInfo);
+        rc = m_module->get_camera_info(id, info);
+    }
+    const void* theirs = info->static_camera_characteristics;
+    if (rc != 0 || theirs == nullptr) return rc;
+    info->static_camera_characteristics = nullptr;
+    char where[32];
+    snprintf(where, sizeof where, "%p", theirs);
+    const std::string what = "get_camera_info(" + std::to_string(id) + ") returned static metadata at " + where;
+    const size_t header = calculate_camera_metadata_size(0, 0);
+    std::vector<uint8_t> head(header);
+    if (!CopyFromModule(theirs, header, head.data())) {
+        Flag({RuleId::kCameraInfo, kNoFrame, what + " that is not readable memory"});
+        return rc;
+    }
+    constexpr size_t kMaxBytes = 64 << 20;  // far beyond any camera's characteristics
+    size_t size = get_camera_metadata_size(reinterpret_cast<const camera_metadata_t*>(head.data()));
+    if (size < header || size > kMaxBytes) {
+        Flag({RuleId::kStaticStructure, kNoFrame, what + " whose header gives its size as " + std::to_string(size)});
+        return rc;
+    }
+    std::unique_ptr<void, void (*)(void*)> copy(malloc(size), free);
+    if (!CopyFromModule(theirs, size, copy.get())) {
+        Flag({RuleId::kStaticStructure, kNoFrame,
+              what + " whose header gives its size as " + std::to_string(size) + ", beyond readable memory"});
+        return rc;
+    }
+    info->static_camera_characteristics = static_cast<const camera_metadata_t*>(copy.get());
+    m_static.insert_or_assign(id, std::move(copy));
+    return rc;
 }
 
 int ModuleConnector::ProbeOpen(const std::string& id) const {

@@ -7,6 +7,8 @@
 #include <hardware/camera_common.h>
 
 #include <atomic>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,7 +30,10 @@ public:
     // process (SetNumberOfCameras), as the parent of the scenarios knows it.
     int NumberOfCameras() const;
     void SetNumberOfCameras(int n) { m_cameras = n; }
-    int Info(int id, camera_info* info) const;
+    // get_camera_info; the static metadata it hands over is bounded and
+    // copied before anything reads it, and `info` then points at the copy
+    // (or at none, with a finding, when the module's is not readable).
+    int Info(int id, camera_info* info);
     // open(`id`) as a robustness probe the camera service never sends; a
     // device it opens anyway is closed again at once. Returns open's result.
     int ProbeOpen(const std::string& id) const;
@@ -50,6 +55,7 @@ private:
     vendor_tag_ops_t m_vendorOps{};
     camera_module_callbacks_t m_callbacks{OnDeviceStatus, OnTorchStatus};
     std::atomic<int> m_statusCalls{0};
+    std::map<int, std::unique_ptr<void, void (*)(void*)>> m_static;  // per camera id
 };
 
 }  // namespace hal3_check

@@ -31,8 +31,8 @@ public:
         : m_recording(recording),
           m_stallNs(stallNs),
           m_session(session),
-          m_staticInfo(StaticInfo()),
-          m_checker(LimitsOf(m_staticInfo.get(), stallNs), m_sink, trace) {}
+          m_staticInfo(RecordedStaticInfo()),
+          m_checker(LimitsOf(hal3_check::StaticInfo(m_staticInfo.get()), stallNs), m_sink, trace) {}
 
     void Run() {
         const auto& records = m_recording.records;
@@ -50,7 +50,7 @@ public:
     }
 
 private:
-    MetadataPtr StaticInfo() const {
+    MetadataPtr RecordedStaticInfo() const {
         const RecordedMetadata* info = nullptr;
         for (uint64_t i = 0; i < m_session->firstRecord; ++i) {
             const Record& r = m_recording.records[i];

@@ -22,8 +22,16 @@ void Report::Open(const std::string& dir) {
     m_trace = fopen((dir + "/trace.txt").c_str(), "w");
 }
 
+void Report::ForwardTo(std::function<void(char, const std::string&)> forward) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_forward = std::move(forward);
+    if (m_trace != nullptr) fclose(m_trace);  // its buffer was flushed before the fork
+    m_trace = nullptr;
+}
+
 void Report::Trace(const std::string& line) {
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_forward) return m_forward('T', line);
     if (m_trace == nullptr) return;
     fprintf(m_trace, "%s\n", line.c_str());
     fflush(m_trace);
@@ -64,8 +72,12 @@ std::string Report::WriteFile(const std::string& name, const std::vector<uint8_t
 
 void Report::Summary(const std::string& line) {
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_forward) return m_forward('S', line);
     m_summaries.push_back(line);
-    if (m_trace != nullptr) fprintf(m_trace, "SUMMARY %s\n", line.c_str());
+    if (m_trace != nullptr) {
+        fprintf(m_trace, "SUMMARY %s\n", line.c_str());
+        fflush(m_trace);
+    }
     printf("%s\n", line.c_str());
     fflush(stdout);
 }

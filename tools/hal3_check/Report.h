@@ -2,10 +2,13 @@
 #define HAL3_CHECK_REPORT_H
 // What a run leaves behind in --out: the per-frame trace, frame pictures
 // (PNG where libpng is available, JPEG as the device wrote it), the
-// in-flight table of a time-out, and one summary line per scenario.
+// in-flight table of a time-out, and one summary line per scenario. The
+// trace is written by the parent process alone: a scenario's process
+// forwards its lines (a module there may close or reuse any descriptor).
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -17,6 +20,9 @@ public:
     static Report& Get();
     void Open(const std::string& dir);
     void Trace(const std::string& line);
+    // In a scenario's process: trace lines ('T') and summaries ('S') go to
+    // `forward`, and this process lets go of the trace file.
+    void ForwardTo(std::function<void(char kind, const std::string& line)> forward);
     // Writes `name` under the output directory; returns its path or "".
     std::string WritePng(const std::string& name, const std::vector<uint8_t>& rgb, uint32_t width, uint32_t height);
     std::string WriteFile(const std::string& name, const std::vector<uint8_t>& bytes);
@@ -29,6 +35,7 @@ private:
     std::mutex m_mutex;
     std::string m_dir;
     FILE* m_trace = nullptr;
+    std::function<void(char, const std::string&)> m_forward;
     std::vector<std::string> m_summaries;
 };
 

@@ -16,13 +16,27 @@ int64_t NowNs() {
         .count();
 }
 
-CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs) {
+CheckerLimits LimitsOf(const StaticInfo& staticInfo, int64_t stallNs) {
+    constexpr int64_t kServiceBufferWaitNs = 3000000000;  // Camera3Device.h kBaseGetBufferWait
     CheckerLimits limits;
-    limits.partialCount = uint32_t(std::max(1, GetI32(staticInfo, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
-    limits.pipelineMaxDepth = std::max(0, GetU8(staticInfo, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, 0));
-    limits.stallNs = stallNs;
+    limits.partialCount = staticInfo.partialCount();
+    limits.pipelineMaxDepth = staticInfo.pipelineMaxDepth();
+    limits.stallNs = std::max(stallNs, kServiceBufferWaitNs + staticInfo.longestFrameAndStallNs());
+    limits.resultKeys = staticInfo.resultKeys();
     return limits;
 }
+
+namespace {
+
+// A ZSL still capture (android.control.enableZsl in a STILL_CAPTURE request)
+// may carry an older timestamp and keeps an order of its own
+// (Camera3OutputUtils.cpp: zslCapture && stillCapture).
+bool IsZslStill(const camera_metadata_t* settings) {
+    return GetU8(settings, ANDROID_CONTROL_ENABLE_ZSL, 0) == ANDROID_CONTROL_ENABLE_ZSL_TRUE &&
+           GetU8(settings, ANDROID_CONTROL_CAPTURE_INTENT, 0) == ANDROID_CONTROL_CAPTURE_INTENT_STILL_CAPTURE;
+}
+
+}  // namespace
 
 ResultChecker::ResultChecker(const CheckerLimits& limits, FindingSink& findings, TraceSink trace)
     : m_limits(limits), m_findings(findings), m_trace(std::move(trace)), m_lastProgressNs(NowNs()) {
@@ -75,7 +89,8 @@ void ResultChecker::OnResult(const camera3_capture_result_t* r) {
     e.bufferArray = r->output_buffers != nullptr;
     for (uint32_t i = 0; i < std::min(r->num_output_buffers, bound) && r->output_buffers != nullptr; ++i) {
         const camera3_stream_buffer_t& b = r->output_buffers[i];
-        e.buffers.push_back({b.stream, b.buffer, b.status, b.acquire_fence, b.release_fence});
+        e.buffers.push_back(
+            {b.stream, b.buffer, b.status, b.acquire_fence, b.release_fence, b.buffer ? *b.buffer : nullptr});
     }
     e.inputBuffer = r->input_buffer != nullptr;
     Push(std::move(e));
@@ -93,11 +108,15 @@ void ResultChecker::OnNotify(const camera3_notify_msg_t* msg) {
 void ResultChecker::OnSubmit(const camera3_capture_request_t& request) {
     Event e(Event::kSubmit);
     e.frame = request.frame_number;
-    for (uint32_t i = 0; i < request.num_output_buffers; ++i)
-        e.buffers.push_back({request.output_buffers[i].stream, request.output_buffers[i].buffer, 0});
+    for (uint32_t i = 0; i < request.num_output_buffers; ++i) {
+        const camera3_stream_buffer_t& b = request.output_buffers[i];
+        e.buffers.push_back({b.stream, b.buffer, 0, -1, -1, b.buffer ? *b.buffer : nullptr});
+    }
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_requestBuffers[e.frame] = request.num_output_buffers;
+        if (request.settings != nullptr) m_lastZslStill = IsZslStill(request.settings);
+        e.zslStill = m_lastZslStill;
     }
     Push(std::move(e));
 }
@@ -175,6 +194,7 @@ bool ResultChecker::WaitIdle() {
         }
         m_stateCv.wait_for(lock, std::chrono::nanoseconds(left));
     }
+    FlagUnnotifiedErrorBuffers();
     return true;
 }
 

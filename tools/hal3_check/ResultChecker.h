@@ -13,6 +13,7 @@
 
 #include <hardware/camera3.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -31,18 +32,25 @@ int64_t NowNs();  // steady clock
 
 struct ReturnedBuffer {
     camera3_stream_t* stream;
+    // As submitted: the module may return a pointer to its own copy of the
+    // handle, so a returned buffer is matched by the handle it points at.
     buffer_handle_t* handle;
     int status;
     int acquireFence = -1, releaseFence = -1;
+    buffer_handle_t value = nullptr;  // *handle when the device returned it
 };
 
 // What the checker needs of the camera's static metadata and the run.
 struct CheckerLimits {
-    uint32_t partialCount = 1;  // android.request.partialResultCount
-    int pipelineMaxDepth = 0;   // android.request.pipelineMaxDepth; 0: not checked
-    int64_t stallNs = 0;        // no progress for this long is a time-out
+    uint32_t partialCount = 1;      // android.request.partialResultCount
+    int pipelineMaxDepth = 0;       // android.request.pipelineMaxDepth; 0: not checked
+    int64_t stallNs = 0;            // no progress for this long is a time-out
+    std::set<uint32_t> resultKeys;  // android.request.availableResultKeys; empty: not checked
 };
-CheckerLimits LimitsOf(const camera_metadata_t* staticInfo, int64_t stallNs);
+// The stall time is what the camera service waits for a buffer the device
+// holds (Camera3Stream.cpp getBuffer: 3 s plus the stream's durations) from the
+// longest advertised frame and stall durations, or `stallNs` if longer.
+CheckerLimits LimitsOf(const StaticInfo& staticInfo, int64_t stallNs);
 
 // A frame the device has finished with, as the scenario sees it.
 struct FrameRecord {
@@ -101,14 +109,16 @@ private:
     struct Event;
     struct Pending {
         camera3_stream_t* stream;
-        buffer_handle_t* handle;
+        buffer_handle_t* handle;  // as submitted
+        buffer_handle_t value;    // what it pointed at
         bool returned = false;
         int status = CAMERA3_BUFFER_STATUS_OK;
         uint32_t overtakenBy = 0;  // a later frame's buffer of this stream came back first
     };
     struct Entry {
         int64_t submitNs = 0;
-        bool shutter = false, anyResult = false, anyMetadata = false, finalMetadata = false;
+        bool zslStill = false;  // android.control.enableZsl in a still capture: its own order, older timestamps
+        bool shutter = false, anyMetadata = false, finalMetadata = false, finalNonEmpty = false;
         bool errorRequest = false, errorResult = false;
         uint64_t shutterNs = 0;
         int64_t sensorNs = -1;
@@ -131,6 +141,8 @@ private:
     void HandleShutter(const camera3_shutter_msg_t& shutter);
     void HandleError(const camera3_error_msg_t& err);
     void MaybeComplete(uint32_t frame, int64_t arrivalNs);
+    void CheckStatesAtOpen(uint32_t frame, const camera_metadata_t* result);
+    void FlagUnnotifiedErrorBuffers();
     Entry* Lookup(uint32_t frame, const char* what);
     void ExplainStall();
     void Flag(RuleId rule, int64_t frame, std::string detail) { m_findings.Add({rule, frame, std::move(detail)}); }
@@ -148,6 +160,7 @@ private:
     uint64_t m_pushed = 0;
     bool m_stop = false;
     std::map<uint32_t, uint32_t> m_requestBuffers;  // buffers of each submitted frame, to bound results
+    bool m_lastZslStill = false;                    // of the last settings submitted (a null repeats them)
 
     // Checker state, guarded by stateMutex_.
     std::mutex m_stateMutex;
@@ -155,11 +168,23 @@ private:
     uint64_t m_handled = 0;
     int64_t m_lastProgressNs = 0;
     std::map<uint32_t, Entry> m_inFlight;
-    std::map<uint32_t, bool> m_done;      // finished frames: true when by ERROR_REQUEST
+    enum class Ended { kNormally, kByErrorRequest, kByErrorResultBeforeShutter };
+    std::map<uint32_t, Ended> m_done;     // finished frames
     std::set<uint32_t> m_stallExplained;  // frames already named by a time-out
+    // Error buffers of finished frames still waiting for their ERROR_BUFFER.
+    std::map<uint32_t, std::set<camera3_stream_t*>> m_unnotified;
     std::map<camera3_stream_t*, std::deque<uint32_t>> m_streamQueues;
-    uint32_t m_lastShutterFrame = 0, m_lastFinalFrame = 0;
-    bool m_anyShutter = false, m_anyFinal = false, m_deviceError = false, m_flushing = false;
+    // Frame order of shutters and final results; ZSL still captures keep their own.
+    struct Order {
+        bool any = false;
+        uint32_t last = 0;
+        // False when `frame` comes after the last one.
+        bool Behind(uint32_t frame) const { return any && frame <= last; }
+        void Take(uint32_t frame) { any = true, last = std::max(last, frame); }
+    };
+    Order m_shutterOrder[2], m_finalOrder[2];  // [zslStill]
+    bool m_deviceError = false, m_flushing = false, m_anyCompleted = false, m_anyShutter = false;
+    std::set<uint32_t> m_unlistedKeys;  // result keys already named as not listed
     uint64_t m_lastShutterNs = 0;
     uint32_t m_errorFrames = 0;
     std::vector<FrameRecord> m_completed;

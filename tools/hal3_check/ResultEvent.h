@@ -19,6 +19,7 @@ struct ResultChecker::Event {
     bool bufferArray = false;
     std::vector<ReturnedBuffer> buffers;
     bool inputBuffer = false;
+    bool zslStill = false;  // a submitted ZSL still capture
     camera3_notify_msg_t msg{};
     int64_t arrivalNs = NowNs();
 };

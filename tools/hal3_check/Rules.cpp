@@ -36,10 +36,10 @@ const Rule* FindRule(const std::string& id) {
 }
 
 std::string RulesMarkdown() {
-    std::string t = "| rule | level | from | checks |\n|---|---|---|---|\n";
+    std::string t = "| rule | level | from | the camera service's reaction | checks |\n|---|---|---|---|---|\n";
     for (const Rule& r : kRules)
         t += std::string("| `") + r.id + "` | " + (r.level == Level::kMust ? "must" : "should") + " | " + r.source +
-             " | " + r.check + " |\n";
+             " | " + r.reaction + " | " + r.check + " |\n";
     return t;
 }
 

@@ -89,7 +89,7 @@ void CameraScenario::Open() {
         return Fatal({RuleId::kDeviceVersion, kNoFrame, "the open device reports an API below 3.2"});
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     m_checker =
-        std::make_unique<ResultChecker>(LimitsOf(m_static, m_stallNs), *m_findings,
+        std::make_unique<ResultChecker>(LimitsOf(StaticInfo(m_static), m_stallNs), *m_findings,
                                         [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     m_device->Attach(m_checker.get());
     if (m_device->Initialize() != 0) return Fatal({RuleId::kInitialize, kNoFrame, "initialize failed"});
@@ -374,10 +374,6 @@ TEST_P(Flush, WithRequestsInFlightAndWithNone) {
     for (int round = 0; round < 3; ++round) {
         if (!Stream(int(m_streams->pool(0).size()), s.get(), {0})) return;
         m_checker->Sync();
-        size_t held = m_checker->InFlight();
-        if (held < 2)
-            Record({RuleId::kFlushInFlight, kNoFrame,
-                    "only " + std::to_string(held) + " request(s) in the HAL when flush was called"});
         TimedFlush();
         m_checker->Sync();
         size_t left = m_checker->InFlight();

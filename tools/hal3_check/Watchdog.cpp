@@ -1,14 +1,53 @@
 #include "Watchdog.h"
 
+#include "FindingSink.h"
+
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 
 namespace hal3_check {
 
 namespace {
+
 std::atomic<WatchPage*> g_page{nullptr};
+
+struct Watched {
+    int fd;
+    dev_t dev;
+    ino_t ino;
+    bool reported;
+};
+std::mutex g_mutex;  // guards the two below
+std::vector<Watched> g_watched;
+std::vector<Finding> g_unsunk;
+
+// Reports each watched descriptor closed or replaced since it was watched,
+// once; `when` says in which call or between which.
+void CheckDescriptors(const std::string& when) {
+    std::vector<Finding> broken;
+    {
+        std::lock_guard<std::mutex> lock(g_mutex);
+        for (Watched& w : g_watched) {
+            struct stat st {};
+            bool open = fstat(w.fd, &st) == 0;
+            if (w.reported || (open && st.st_dev == w.dev && st.st_ino == w.ino)) continue;
+            w.reported = true;
+            broken.push_back({RuleId::kProcessFds, kNoFrame,
+                              when + (open ? " replaced" : " closed") + " descriptor " + std::to_string(w.fd) +
+                                  ", which the process held before the module was loaded"});
+        }
+    }
+    for (auto& f : broken) Flag(std::move(f));
 }
+
+bool IsCallback(HalCall call) { return call == HalCall::kResultCallback || call == HalCall::kNotifyCallback; }
+
+}  // namespace
 
 const char* HalCallName(HalCall call) {
     switch (call) {
@@ -41,25 +80,78 @@ int64_t MonotonicNs() {
     return int64_t(t.tv_sec) * 1000000000 + t.tv_nsec;
 }
 
-CallMark::CallMark(HalCall call) : m_call(call) {
+int64_t CallLimitNs(HalCall call) {
+    constexpr int64_t kMs = 1000000;
+    switch (call) {
+        case HalCall::kOpen:
+        case HalCall::kClose: return 500 * kMs;
+        case HalCall::kInitialize: return 10 * kMs;
+        case HalCall::kDefaultSettings: return 5 * kMs;
+        case HalCall::kConfigure: return 1000 * kMs;
+        default: return 0;
+    }
+}
+
+double TimeScale() {
+    static const double scale = [] {
+        const char* text = getenv("HAL3_CHECK_TIME_SCALE");
+        double v = text ? atof(text) : 1.0;
+        return v > 0 ? v : 1.0;
+    }();
+    return scale;
+}
+
+CallMark::CallMark(HalCall call, int64_t limitNs) : m_call(call), m_limitNs(limitNs), m_startNs(MonotonicNs()) {
     WatchPage* page = watchPage();
     if (page == nullptr) return;
-    bool callback = call == HalCall::kResultCallback || call == HalCall::kNotifyCallback;
-    if (callback) {
+    if (IsCallback(call)) {
         page->callback.store(int32_t(call));
-    } else {
-        page->sinceNs.store(MonotonicNs());
-        page->call.store(int32_t(call));
+        return;
     }
+    CheckDescriptors("between HAL calls, a thread of the module");
+    page->sinceNs.store(m_startNs);
+    page->call.store(int32_t(call));
 }
 
 CallMark::~CallMark() {
     WatchPage* page = watchPage();
     if (page == nullptr) return;
-    if (m_call == HalCall::kResultCallback || m_call == HalCall::kNotifyCallback)
+    if (IsCallback(m_call)) {
         page->callback.store(0);
-    else
-        page->call.store(int32_t(HalCall::kNone));
+        return;
+    }
+    page->call.store(int32_t(HalCall::kNone));
+    const char* name = HalCallName(m_call);
+    CheckDescriptors(name);
+    int64_t tookNs = MonotonicNs() - m_startNs, limitNs = int64_t(double(m_limitNs) * TimeScale());
+    if (m_limitNs > 0 && tookNs > limitNs)
+        Flag({RuleId::kCallTime, kNoFrame,
+              std::string(name) + " took " + std::to_string(tookNs / 1000000) + " ms, over its limit of " +
+                  std::to_string(m_limitNs / 1000000) + " ms" +
+                  (TimeScale() != 1.0 ? " (" + std::to_string(limitNs / 1000000) + " ms with HAL3_CHECK_TIME_SCALE)"
+                                      : "")});
+}
+
+void Flag(Finding f) {
+    if (FindingSink* sink = FindingSink::Current()) return sink->Add(std::move(f));
+    std::lock_guard<std::mutex> lock(g_mutex);
+    g_unsunk.push_back(std::move(f));
+}
+
+void WatchDescriptors(const std::vector<int>& fds) {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    g_watched.clear();
+    for (int fd : fds) {
+        struct stat st {};
+        if (fstat(fd, &st) == 0) g_watched.push_back({fd, st.st_dev, st.st_ino, false});
+    }
+}
+
+std::vector<Finding> TakeUnsunkFindings() {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    std::vector<Finding> out;
+    out.swap(g_unsunk);
+    return out;
 }
 
 void SaveInFlightTable(const std::string& table) {

@@ -9,11 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <string>
 
 namespace {
@@ -33,7 +37,14 @@ const char kUsage[] =
     "  --record=<file>          also keep every scenario's calls and callbacks in <file>\n"
     "  --replay=<file>          check a recording (camera.hal3_record.so, --record) instead of a module\n"
     "  --help                   this text, then GoogleTest's own flags (--gtest_filter,\n"
-    "                           --gtest_repeat, --gtest_output=xml:<file>, ...)\n";
+    "                           --gtest_repeat, --gtest_output=xml:<file>, ...)\n"
+    "Environment: HAL3_CHECK_TIME_SCALE=<x> multiplies camera3.h's per-call time limits\n"
+    "(rule call-time), for sanitizer builds and emulators (default: 1).\n"
+    "The verdict is the exit code and the JUnit XML; the module's own output is relayed\n"
+    "labelled \"module: \". Exit codes: 0 no failure, 1 findings, 2 the checker could not\n"
+    "run (bad options, the module not loadable), 3 the checker itself failed.\n";
+
+enum ExitCode { kPassed = 0, kFindings = 1, kCannotRun = 2, kCheckerFailed = 3 };
 
 // The value of `arg` when it is `name` + an integer within [min, max].
 bool Number(const std::string& arg, const char* name, long min, long max, int* out) {
@@ -92,7 +103,7 @@ bool ParseOptions(int* argc, char** argv, bool* help) {
 
 int main(int argc, char** argv) {
     bool help = false;
-    if (!ParseOptions(&argc, argv, &help)) return 2;
+    if (!ParseOptions(&argc, argv, &help)) return kCannotRun;
     if (help) {
         fputs(kUsage, stdout);
         fflush(stdout);
@@ -110,29 +121,41 @@ int main(int argc, char** argv) {
     std::vector<std::string> warnings;
     int cameras = hal3_check::FindCameras(&err, &warnings);
     for (const auto& w : warnings) fprintf(stderr, "hal3_check: warning: %s\n", w.c_str());
-    if (cameras < 0) {
+    // A broken rule is the module's failure and ends in the verdict; anything
+    // else (no such file, no HMI symbol) leaves nothing to check.
+    bool moduleFailed = cameras < 0 && err.rfind("[rule ", 0) == 0;
+    if (cameras < 0 && !moduleFailed) {
         fprintf(stderr, "hal3_check: %s\n", err.c_str());
-        return 2;
+        return kCannotRun;
     }
-    if (!o.camera.empty()) {
+    if (!o.camera.empty() && !moduleFailed) {
         char* end = nullptr;
         long id = strtol(o.camera.c_str(), &end, 10);
         if (o.camera.empty() || *end != '\0' || id < 0 || id >= cameras || std::to_string(id) != o.camera) {
             fprintf(stderr, "hal3_check: --camera=%s: the module has %d camera(s)%s\n", o.camera.c_str(), cameras,
                     cameras > 0 ? (", ids 0 to " + std::to_string(cameras - 1)).c_str() : "");
-            return 2;
+            return kCannotRun;
         }
     }
-    hal3_check::ModuleConnector::Get().SetNumberOfCameras(cameras);
+    std::set_terminate([] {
+        fputs("hal3_check: the checker failed (uncaught exception)\n", stderr);
+        _exit(kCheckerFailed);
+    });
+    hal3_check::ModuleConnector::Get().SetNumberOfCameras(std::max(cameras, 0));
     hal3_check::Report::Get().Open(o.out);
     // Cameras are enumerated while gtest registers the scenarios.
     ::testing::InitGoogleTest(&argc, argv);
-    hal3_check::IsolateScenarios();
-    hal3_check::RecordScenarios(g_record);
-    int rc = RUN_ALL_TESTS();
+    if (moduleFailed) {
+        hal3_check::ReportModuleFailure(err);
+    } else {
+        hal3_check::IsolateScenarios();
+        hal3_check::RecordScenarios(g_record);
+        int ignored = RUN_ALL_TESTS();  // every scenario is skipped here: the verdict has their results
+        (void)ignored;
+    }
     hal3_check::RunTotals t = hal3_check::Totals();
     printf("hal3_check: %d scenario run(s), %d failed, %d skipped; trace, frame pictures (%s) and JPEGs in %s\n",
            t.runs, t.failed, t.skipped, hal3_check::Report::PngAvailable() ? "PNG" : "PNG not built",
            hal3_check::Report::Get().dir().c_str());
-    return rc;
+    return hal3_check::CheckerFailed() ? kCheckerFailed : t.failed ? kFindings : kPassed;
 }

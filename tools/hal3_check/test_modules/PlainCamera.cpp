@@ -10,16 +10,32 @@
 //   lying_count    a result claims 50 output buffers with an array of 1
 //   old_device     the device it opens says API 3.1
 //   late_callback  a shutter while close runs, and another just after it returned
+//   hang_null_request  process_capture_request(NULL) never returns
+//   crash_init     camera_module_t::init dies of SIGSEGV
+//   huge_count     get_number_of_cameras says 2^30
+//   crash_bad_id   open of an id other than "0" dies of SIGSEGV
+//   garbage_static get_camera_info's static metadata points at unreadable memory
+//   lying_static   its header gives a size that runs past readable memory
+//   late_thread    a detached thread calls back 200 ms after close returned
+//   close_fds      initialize closes every descriptor from 3 to 1023
+//   spoof_output   prints the checker's "[rule ...]" and summary lines on stdout
+//   slow_initialize initialize takes 50 ms
+//   crash_worker   the worker thread ("plain-worker") dies of SIGSEGV
 #include <hardware/camera3.h>
 #include <system/camera_metadata.h>
 #include <ui/GraphicBufferMapper.h>
 
 #include <jpeglib.h>
 
+#include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -152,6 +168,19 @@ const camera_metadata_t* StaticInfo() {
     return m.get();
 }
 
+// The first half of the static metadata, ending where an unreadable page
+// begins: its header still gives the whole size.
+const camera_metadata_t* CutShortStaticInfo() {
+    const size_t page = size_t(sysconf(_SC_PAGESIZE)), size = get_camera_metadata_size(StaticInfo());
+    const size_t shown = std::min(size / 2, page) & ~size_t(7);
+    void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) return nullptr;
+    uint8_t* end = static_cast<uint8_t*>(pages) + page;
+    mprotect(end, page, PROT_NONE);
+    memcpy(end - shown, StaticInfo(), shown);
+    return reinterpret_cast<const camera_metadata_t*>(end - shown);
+}
+
 // Luma of the picture: a dark top row over a horizontal ramp.
 uint8_t Luma(uint32_t x, uint32_t y, uint32_t width) { return y == 0 ? 16 : uint8_t(48 + x * 160 / width); }
 
@@ -209,6 +238,24 @@ void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
     free(out);
 }
 
+const std::string& Rogue() {
+    static const std::string rogue = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
+    return rogue;
+}
+
+void Crash() {
+    volatile uintptr_t bad = 8;
+    *reinterpret_cast<volatile int*>(bad) = 1;
+}
+
+// Lines a log reader could take for the checker's verdict.
+void Spoof(const char* where) {
+    printf("[rule hal-crash] the scenario's process died during %s of SIGSEGV\n", where);
+    printf("hal3_check: camera 0 Camera/Preview           PASS frames=12 error_frames=0\n");
+    printf("hal3_check: 11 scenario run(s), 0 failed, 0 skipped\n");
+    fflush(stdout);
+}
+
 int64_t NowNs() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
@@ -226,8 +273,7 @@ struct Request {
 class Camera {
 public:
     Camera(const hw_module_t* module) {
-        const char* rogue = getenv("PLAIN_CAMERA_ROGUE");
-        m_rogue = rogue ? rogue : "";
+        m_rogue = Rogue();
         m_device.common.tag = HARDWARE_DEVICE_TAG;
         m_device.common.version =
             m_rogue == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
@@ -243,8 +289,14 @@ private:
 
     int Initialize(const camera3_callback_ops_t* callbacks) {
         if (callbacks == nullptr) return -EINVAL;
+        if (m_rogue == "close_fds")
+            for (int fd = 3; fd < 1024; ++fd) close(fd);
+        if (m_rogue == "slow_initialize") std::this_thread::sleep_for(std::chrono::milliseconds(50));
         m_callbacks = callbacks;
-        m_worker = std::thread([this] { Work(); });
+        m_worker = std::thread([this] {
+            pthread_setname_np(pthread_self(), "plain-worker");
+            Work();
+        });
         return 0;
     }
 
@@ -285,11 +337,11 @@ private:
     }
 
     int Submit(camera3_capture_request_t* r) {
+        if (r == nullptr && m_rogue == "hang_null_request")
+            for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
         if (r == nullptr || r->num_output_buffers == 0 || r->output_buffers == nullptr) return -EINVAL;
-        if (m_rogue == "crash_request" && r->frame_number == kRogueFrame) {
-            volatile uintptr_t bad = 8;
-            *reinterpret_cast<volatile int*>(bad) = 1;
-        }
+        if (m_rogue == "crash_request" && r->frame_number == kRogueFrame) Crash();
+        if (m_rogue == "spoof_output" && r->frame_number == kRogueFrame) Spoof("process_capture_request");
         std::unique_lock<std::mutex> lock(m_mutex);
         if (r->settings == nullptr && !m_lastSettings) return -EINVAL;
         for (uint32_t i = 0; i < r->num_output_buffers; ++i)
@@ -329,6 +381,14 @@ private:
                 callbacks->notify(callbacks, &shutter);
             }).detach();
         }
+        if (m_rogue == "late_thread" && m_callbacks != nullptr)
+            std::thread([callbacks = m_callbacks, frame = m_lastFrame] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                camera3_notify_msg_t shutter{};
+                shutter.type = CAMERA3_MSG_SHUTTER;
+                shutter.message.shutter = {frame, uint64_t(NowNs())};
+                callbacks->notify(callbacks, &shutter);
+            }).detach();
         delete this;
         std::lock_guard<std::mutex> lock(g_openMutex);
         g_open = false;
@@ -358,6 +418,7 @@ private:
 
     // Buffers first, then the one partial, then the shutter: all legal from API 3.2 on.
     void Deliver(Request& r, uint64_t timestampNs) {
+        if (m_rogue == "crash_worker" && r.frame == kRogueFrame) Crash();
         for (auto& b : r.buffers) {
             if (b.stream->format == kBlob)
                 DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
@@ -432,6 +493,7 @@ camera3_device_ops_t Camera::kOps = {
 };
 
 int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
+    if (id != nullptr && strcmp(id, "0") != 0 && Rogue() == "crash_bad_id") Crash();
     if (id == nullptr || device == nullptr || strcmp(id, "0") != 0) return -EINVAL;
     std::lock_guard<std::mutex> lock(g_openMutex);
     if (g_open) return -EUSERS;
@@ -449,6 +511,14 @@ int CameraInfo(int id, camera_info* info) {
     info->orientation = 90;
     info->device_version = CAMERA_DEVICE_API_VERSION_3_5;
     info->static_camera_characteristics = StaticInfo();
+    if (Rogue() == "lying_static") {
+        static const camera_metadata_t* cutShort = CutShortStaticInfo();
+        info->static_camera_characteristics = cutShort;
+    }
+    if (Rogue() == "garbage_static") {
+        static void* unreadable = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        info->static_camera_characteristics = static_cast<const camera_metadata_t*>(unreadable);
+    }
     info->resource_cost = 100;
     return 0;
 }
@@ -466,14 +536,18 @@ __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
      &g_methods,
      nullptr,
      {}},
-    [] { return 1; },
+    [] { return Rogue() == "huge_count" ? 1 << 30 : 1; },
     CameraInfo,
     [](const camera_module_callbacks_t*) { return 0; },
     [](vendor_tag_ops_t*) {},  // no vendor tags: every entry stays empty
     nullptr,                   // open_legacy
     [](const char*, bool) { return -ENOSYS; },
     nullptr,  // set_torch_mode_strength
-    [] { return 0; },
+    [] {
+        if (Rogue() == "crash_init") Crash();
+        if (Rogue() == "spoof_output") Spoof("camera_module_t::init");
+        return 0;
+    },
     nullptr,
     nullptr,
     nullptr,
