@@ -13,7 +13,7 @@
 #include "Fixtures.h"
 #include "ModuleConnector.h"
 #include "Options.h"
-#include "Recording.h"
+#include "RecordingDevice.h"
 #include "ResultChecker.h"
 
 #include <benchmark/benchmark.h>

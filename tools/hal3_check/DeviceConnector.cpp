@@ -2,7 +2,7 @@
 
 #include "Metadata.h"
 #include "ModuleConnector.h"
-#include "Recording.h"
+#include "RecordingDevice.h"
 #include "Watchdog.h"
 
 #include <cerrno>

@@ -77,6 +77,7 @@ struct RecordedStream {
 struct RecordedBuffer {
     uint32_t stream = 0;  // RecordedStream::id; 0: a null stream pointer
     uint64_t handle = 0;  // identity of the buffer_handle_t*; 0: null
+    uint64_t value = 0;   // identity of the handle it points to (*handle), by which the service finds a buffer
     int32_t status = 0;
     RecordedFence acquire, release;
 };
@@ -197,19 +198,6 @@ private:
     std::map<const camera3_stream_t*, uint32_t> m_streamIds;
     std::map<uint32_t, uint32_t> m_requestBuffers;  // bounds what a result's array is read for
 };
-
-// A recording device in front of a real one: the camera service (or
-// hal3_check) opens through these two, and the device it gets back forwards
-// every op to the real device and every callback back to its caller,
-// recording each. RecordOpenCall writes the open call and returns the new
-// session; RecordOpenReturn writes its return and, when the open succeeded,
-// returns the recording device (never freed: a device may call back after
-// close, and its caller may still hold it).
-uint32_t RecordOpenCall(RecordingWriter* writer, const char* cameraId);
-hw_device_t* RecordOpenReturn(RecordingWriter* writer, uint32_t session, int rc, hw_device_t* device,
-                              const hw_module_t* module);
-// hal3_check's own recording of the running scenario; null when none.
-RecordingWriter*& LiveWriter();
 
 // A copy of the metadata buffer as the recording keeps it; malformed buffers
 // are not read past their header.

@@ -67,10 +67,16 @@ private:
         if (!s) s = std::make_unique<camera3_stream_t>();
         return s.get();
     }
-    buffer_handle_t* Handle(uint64_t id) {
+    // A stand-in buffer_handle_t* for the recorded pointer, pointing to a
+    // stand-in handle for the recorded value: the checker, as the service,
+    // tells buffers apart by the value.
+    buffer_handle_t* Handle(uint64_t id, uint64_t value) {
         if (id == 0) return nullptr;
         auto& h = m_handles[id];
         if (!h) h = std::make_unique<buffer_handle_t>();
+        auto& v = m_values[value];
+        if (!v) v = std::make_unique<uint64_t>(value);
+        *h = value == 0 ? nullptr : reinterpret_cast<buffer_handle_t>(v.get());
         return h.get();
     }
     // A release fence the checker may wait on and close, in the state the
@@ -86,7 +92,7 @@ private:
     std::vector<camera3_stream_buffer_t> Buffers(const std::vector<RecordedBuffer>& recorded, bool releaseFences) {
         std::vector<camera3_stream_buffer_t> out;
         for (const auto& b : recorded)
-            out.push_back({Stream(b.stream), Handle(b.handle), b.status,
+            out.push_back({Stream(b.stream), Handle(b.handle, b.value), b.status,
                            b.acquire.state == FenceState::kNone ? -1 : b.acquire.fd,
                            releaseFences ? Fence(b.release) : -1});
         return out;
@@ -125,7 +131,12 @@ private:
                 m_checker.BeginFlush();
                 m_flushNs = r.bootNs;
                 break;
-            case CallId::kClose: m_closing = true; break;
+            case CallId::kClose:
+                // A live run drains before it closes: error buffers never
+                // notified are named once the device is idle.
+                if (m_inFlight.empty()) m_checker.WaitIdle();
+                m_closing = true;
+                break;
             default: break;
         }
     }
@@ -171,7 +182,7 @@ private:
                 m_session->closed = true;
                 if (r.rc != 0) Flag(RuleId::kClose, kNoFrame, "close failed: " + std::to_string(r.rc));
                 if (m_duringClose > 0)
-                    Flag(RuleId::kNoCallbackAfterClose, kNoFrame,
+                    Flag(RuleId::kCallbackDuringClose, kNoFrame,
                          std::to_string(m_duringClose) + " callback(s) while close was running");
                 break;
             default: break;
@@ -262,6 +273,7 @@ private:
     MetadataPtr m_staticInfo;
     std::map<uint32_t, std::unique_ptr<camera3_stream_t>> m_streams;
     std::map<uint64_t, std::unique_ptr<buffer_handle_t>> m_handles;
+    std::map<uint64_t, std::unique_ptr<uint64_t>> m_values;  // never read: only their addresses are compared
     std::map<uint32_t, uint32_t> m_requestBuffers;
     std::set<uint32_t> m_inFlight;
     uint32_t m_submitted = 0;

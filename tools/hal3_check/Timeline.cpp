@@ -2,6 +2,7 @@
 
 #include "Metadata.h"
 #include "ModuleConnector.h"
+#include "RecordingDevice.h"
 #include "Report.h"
 
 #include <gtest/gtest.h>

@@ -9,7 +9,7 @@
 // What is recorded must not change: no lock of this module is held while
 // the real module runs or while a record is written, and the callbacks only
 // encode their record and queue it for the writer thread.
-#include "Recording.h"
+#include "RecordingDevice.h"
 
 #include <dlfcn.h>
 

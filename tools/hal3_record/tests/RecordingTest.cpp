@@ -48,12 +48,12 @@ std::vector<Record> EveryKind() {
     add(RecordKind::kReturn, CallId::kConfigureStreams).streams = config.streams;
     Record& request = add(RecordKind::kCall, CallId::kProcessCaptureRequest);
     request.frame = 9, request.metadata = {RecordedMetadata::kPresent, Metadata()}, request.inputBuffer = true;
-    request.buffers = {{1, 0xdeadbeef00ull, 0, {FenceState::kOpen, 17}, {}}, {2, 5, 0, {}, {}}};
+    request.buffers = {{1, 0xdeadbeef00ull, 0xbeef, 0, {FenceState::kOpen, 17}, {}}, {2, 5, 6, 0, {}, {}}};
     add(RecordKind::kCall, CallId::kProcessCaptureRequest).nullPointer = true;
     Record& result = add(RecordKind::kResult, CallId::kNone);
     result.frame = 9, result.partial = 2, result.claimedBuffers = 50, result.bufferArray = true;
     result.metadata.state = RecordedMetadata::kMalformed;
-    result.buffers = {{1, 0xdeadbeef00ull, 1, {}, {FenceState::kBad, 1234}}};
+    result.buffers = {{1, 0xdeadbeef00ull, 0xbeef, 1, {}, {FenceState::kBad, 1234}}};
     Record& error = add(RecordKind::kNotify, CallId::kNone);
     error.msgType = CAMERA3_MSG_ERROR, error.frame = 9, error.errorStream = 2, error.errorCode = 4;
     Record& shutter = add(RecordKind::kNotify, CallId::kNone);

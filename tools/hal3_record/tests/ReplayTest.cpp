@@ -45,7 +45,8 @@ public:
     }
     void Submit(uint32_t frame) {
         Record& r = Call(CallId::kProcessCaptureRequest);
-        r.frame = frame, r.buffers = {{1, 100 + frame, 0, {}, {}}, {2, 200 + frame, 0, {}, {}}};
+        r.frame = frame,
+        r.buffers = {{1, 100 + frame, 1100 + frame, 0, {}, {}}, {2, 200 + frame, 1200 + frame, 0, {}, {}}};
         Return(CallId::kProcessCaptureRequest, 0);
     }
     void Shutter(uint32_t frame) {
@@ -65,7 +66,7 @@ public:
     Record& Buffer(uint32_t frame, uint32_t stream) {
         Record& r = Push(Make(RecordKind::kResult, CallId::kNone, m_now += kMs, kCallbackThread));
         r.frame = frame, r.claimedBuffers = 1, r.bufferArray = true;
-        r.buffers = {{stream, stream * 100 + frame, 0, {}, {}}};
+        r.buffers = {{stream, stream * 100 + frame, 1000 + stream * 100 + frame, 0, {}, {}}};
         return r;
     }
     void Frame(uint32_t frame) {
@@ -121,14 +122,18 @@ TEST(ReplayTest, RecordedCallsAreCheckedAtTheirFrameAndRecord) {
         {"clean", [](Script& s) { s.Frame(1), s.Close(); }, "", kNoFrame, 0},
         {"buffers before the shutter, metadata last",
          [](Script& s) { s.Buffer(1, 2), s.Buffer(1, 1), s.Shutter(1), s.Result(1), s.Close(); }, "", kNoFrame, 0},
+        // Found by fuzzing the replay: stream id 0 stands for a null stream pointer.
+        {"a configure return naming stream 0",
+         [](Script& s) { s.Frame(1), s.Return(CallId::kConfigureStreams, 0).streams = {{}}, s.Close(); }, "", kNoFrame,
+         0},
         {"a buffer twice", [](Script& s) { s.Frame(1), s.Buffer(1, 2), s.Close(); }, "buffer-once", 1, 2},
         {"a buffer of a later frame first", [](Script& s) { s.Submit(2), s.Buffer(2, 1), s.Frame(1), s.Close(); },
          "buffer-fifo", 1, 3},
         {"a shutter after close returned", [](Script& s) { s.Close(), s.Shutter(1); }, "no-callback-after-close",
          kNoFrame, 0},
         {"a shutter while close runs",
-         [](Script& s) { s.Call(CallId::kClose), s.Shutter(1), s.Return(CallId::kClose, 0); },
-         "no-callback-after-close", kNoFrame, 0},
+         [](Script& s) { s.Call(CallId::kClose), s.Shutter(1), s.Return(CallId::kClose, 0); }, "callback-during-close",
+         kNoFrame, 0},
         {"a flush of 1.5 s",
          [](Script& s) {
              s.Frame(1), s.Call(CallId::kFlush), s.Wait(1500 * kMs), s.Return(CallId::kFlush, 0), s.Close();
