@@ -29,10 +29,10 @@ public:
     SessionReplayer(const RecordingFile& recording, int64_t stallNs, ReplaySession* session,
                     const std::function<void(const std::string&)>& trace)
         : m_recording(recording),
-          m_stallNs(stallNs),
           m_session(session),
           m_staticInfo(RecordedStaticInfo()),
-          m_checker(LimitsOf(hal3_check::StaticInfo(m_staticInfo.get()), stallNs), m_sink, trace) {}
+          m_limits(LimitsOf(hal3_check::StaticInfo(m_staticInfo.get()), stallNs)),
+          m_checker(m_limits, m_sink, trace) {}
 
     void Run() {
         const auto& records = m_recording.records;
@@ -237,7 +237,7 @@ private:
     // The checker explains the stall itself (which frames, which buffers)
     // after its own stall time: a replay of a stalled run takes that long.
     void CheckStall(const Record& r) {
-        if (m_inFlight.empty() || m_stallFlagged || r.bootNs - m_lastProgressNs <= m_stallNs) return;
+        if (m_inFlight.empty() || m_stallFlagged || r.bootNs - m_lastProgressNs <= m_limits.stallNs) return;
         m_stallFlagged = true;
         m_flushLeft = 0;
         m_checker.WaitIdle();
@@ -268,9 +268,9 @@ private:
     void Flag(RuleId rule, int64_t frame, std::string detail) { m_sink.Add({rule, frame, std::move(detail)}); }
 
     const RecordingFile& m_recording;
-    const int64_t m_stallNs;
     ReplaySession* m_session;
     MetadataPtr m_staticInfo;
+    const CheckerLimits m_limits;  // the stall time as the checker has it: the service's wait for a buffer
     std::map<uint32_t, std::unique_ptr<camera3_stream_t>> m_streams;
     std::map<uint64_t, std::unique_ptr<buffer_handle_t>> m_handles;
     std::map<uint64_t, std::unique_ptr<uint64_t>> m_values;  // never read: only their addresses are compared

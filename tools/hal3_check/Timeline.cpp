@@ -271,6 +271,13 @@ public:
             if (LiveWriter()) LiveWriter()->Drain();
             return;
         }
+        struct Offset {  // the trace read so far, whatever this scenario leaves
+            std::streamoff* at;
+            ~Offset() {
+                std::ifstream t(Report::Get().dir() + "/trace.txt", std::ios::ate);
+                if (t) *at = t.tellg();
+            }
+        } offset{&m_traceOffset};
         const std::string path = PathOf(test, "recording_", ".h3r");
         std::ifstream in(path, std::ios::binary);
         std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -280,9 +287,14 @@ public:
         std::vector<ReplaySession> sessions = SessionsOf(recording);
         if (sessions.empty()) return;
         for (auto& s : sessions) s.lastRecord = recording.records.size() - 1;
-        const ::testing::TestResult* result = test.result();
-        for (int i = 0; i < result->total_part_count(); ++i)
-            Place(result->GetTestPartResult(i).message(), recording, &sessions);
+        // The scenario ran in a child: its findings are the trace's lines
+        // since the last scenario ("[<camera> <suite>] FAIL|WARN [rule ...").
+        std::ifstream trace(Report::Get().dir() + "/trace.txt");
+        trace.seekg(m_traceOffset);
+        const std::string tag = "[" + CameraOf(test) + " " + test.test_suite_name() + "] ";
+        for (std::string line; std::getline(trace, line);)
+            if (line.rfind(tag + "FAIL ", 0) == 0 || line.rfind(tag + "WARN ", 0) == 0)
+                Place(line.substr(tag.size() + 5), recording, &sessions);
         WriteTimeline(PathOf(test, "timeline_", ".json"), recording, sessions);
     }
 
@@ -331,6 +343,7 @@ private:
 
     const std::string m_recordPath;
     const pid_t m_parent;
+    std::streamoff m_traceOffset = 0;
 };
 
 }  // namespace

@@ -142,7 +142,7 @@ TEST(ReplayTest, RecordedCallsAreCheckedAtTheirFrameAndRecord) {
         {"flush returns with frame 1 out",
          [](Script& s) { s.Call(CallId::kFlush), s.Return(CallId::kFlush, 0), s.Frame(1), s.Close(); }, "flush-drains",
          kNoFrame, 2},
-        {"no callback for 3 s", [](Script& s) { s.Wait(3000 * kMs), s.Frame(1), s.Close(); }, "result-timeout",
+        {"no callback for 5 s", [](Script& s) { s.Wait(5000 * kMs), s.Frame(1), s.Close(); }, "result-timeout",
          kNoFrame, 5},
         {"buffer management",
          [](Script& s) { s.Frame(1), s.Buffer(1, 1).kind = RecordKind::kBufferCallback, s.Close(); },
