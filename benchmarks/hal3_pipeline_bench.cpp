@@ -122,7 +122,7 @@ void FourStreams(benchmark::State& state, bool record) {
     }
     DeviceConnector* device = DeviceConnector::Make();
     FindingSink findings;
-    ResultChecker checker(LimitsOf(info.static_camera_characteristics, stallNs), findings, nullptr);
+    ResultChecker checker(LimitsOf(StaticInfo(info.static_camera_characteristics), stallNs), findings, nullptr);
     device->Attach(&checker);
     if (device->Open(module, "0") != 0 || device->Initialize() != 0) {
         state.SkipWithError("open or initialize failed");
