@@ -3,7 +3,7 @@
 // A recording of the calls between a camera service and a camera HAL module,
 // and of the module's callbacks: a versioned file header, then one
 // length-prefixed record per call, return or callback (the layout is in
-// tools/hal3_check/README.md, "Recording format"). Records are written whole,
+// tools/hal3_record/README.md, "The recording format"). Records are written whole,
 // one write each, by a thread of their own, so a process that dies leaves a
 // file readable up to its last complete record. The same records come from
 // the recorder module (camera.hal3_record.so) under a real camera service and

@@ -16,11 +16,9 @@
 #include <hardware/camera3.h>
 #include <hardware/hardware.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <string>
 
 #ifdef __ANDROID__
