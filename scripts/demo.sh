@@ -18,5 +18,6 @@ rc=${PIPESTATUS[0]}
 echo
 echo "=== hal3_check --replay: the run checked again from its recording, as one recorded on a device would be"
 build/host-release/tools/hal3_check/hal3_check --replay="$out/run.h3r" --out="$out/replay" | grep -E '^hal3_check: replayed|\[rule '
-echo "timeline of the first session (open in ui.perfetto.dev or chrome://tracing): $out/replay/timeline_0_session1.json"
+timeline=$(ls -S "$out"/replay/timeline_*.json | head -n 1)
+echo "timeline of the busiest session (open in ui.perfetto.dev or chrome://tracing): $timeline"
 exit "$rc"
