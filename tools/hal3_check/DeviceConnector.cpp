@@ -2,6 +2,7 @@
 
 #include "Metadata.h"
 #include "ModuleConnector.h"
+#include "RecordingDevice.h"
 #include "Watchdog.h"
 
 #include <cerrno>
@@ -113,7 +114,10 @@ int DeviceConnector::Open(const hw_module_t* m, const std::string& id) {
     std::optional<Finding> refusal;
     {
         CallMark mark(HalCall::kOpen);  // reading the record it returned belongs to open
+        RecordingWriter* recording = LiveWriter();
+        uint32_t session = recording ? RecordOpenCall(recording, id.c_str()) : 0;
         rc = m->methods->open(m, id.c_str(), &common);
+        if (recording) common = RecordOpenReturn(recording, session, rc, common, m);
         if (rc != 0) return rc;
         m_device = reinterpret_cast<camera3_device_t*>(common);
         refusal = Refusal(id);
@@ -134,6 +138,11 @@ uint32_t DeviceConnector::version() const {
 }
 
 int DeviceConnector::Initialize() {
+    // The buffer-management callbacks came with device API 3.6: older devices get them NULL.
+    if (m_device->common.version < CAMERA_DEVICE_API_VERSION_3_6) {
+        m_ops.request_stream_buffers = nullptr;
+        m_ops.return_stream_buffers = nullptr;
+    }
     CallMark mark(HalCall::kInitialize);
     return m_device->ops->initialize(m_device, &m_ops);
 }

@@ -15,7 +15,7 @@ using android::Rect;
 
 std::string GrallocHelper::Allocate(uint32_t width, uint32_t height, int format, uint64_t usage, GrallocBuffer* out) {
     uint32_t stride = 0;
-    *out = GrallocBuffer{nullptr, width, height, format};
+    *out = GrallocBuffer{nullptr, width, height, format, usage};
     int rc =
         GraphicBufferAllocator::get().allocate(width, height, format, 1, usage, &out->handle, &stride, "hal3_check");
     return rc == 0 ? ""

@@ -4,6 +4,7 @@
 // platform's gralloc (libui), as the camera service's buffer queues do.
 
 #include <hardware/camera3.h>
+#include <system/graphics.h>
 
 #include <cstdint>
 #include <string>
@@ -11,9 +12,10 @@
 
 namespace hal3_check {
 
-constexpr int kFormatBlob = 0x21;  // HAL_PIXEL_FORMAT_BLOB
+// gralloc usage bits (GRALLOC_USAGE_*, the same in BufferUsage).
 constexpr uint64_t kUsageSwReadOften = 0x3;
 constexpr uint64_t kUsageSwWriteOften = 0x30;
+constexpr uint64_t kUsageHwTexture = 0x100;
 constexpr uint64_t kUsageHwComposer = 0x800;
 constexpr uint64_t kUsageHwVideoEncoder = 0x10000;
 constexpr uint64_t kUsageCameraWrite = 0x20000;
@@ -22,6 +24,7 @@ struct GrallocBuffer {
     buffer_handle_t handle = nullptr;
     uint32_t width = 0, height = 0;  // a BLOB buffer is width x height bytes
     int format = 0;
+    uint64_t usage = 0;
 };
 
 class GrallocHelper {

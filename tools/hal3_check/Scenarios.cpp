@@ -34,7 +34,7 @@ void CameraScenario::SetUp() {
     if (m_static == nullptr) return Fatal({RuleId::kCameraInfo, kNoFrame, "no static metadata"});
     if (validate_camera_metadata_structure(m_static, nullptr) != 0)
         return Fatal({RuleId::kStaticStructure, kNoFrame, "static metadata is malformed"});
-    m_partialCount = uint32_t(std::max(1, GetI32(m_static, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, 1)));
+    m_staticInfo = std::make_unique<StaticInfo>(m_static);
     // Our own core draws the frame number into its pictures and reports it in
     // a vendor tag; only a module that declares that tag among its result keys
     // is held to them.
@@ -87,14 +87,22 @@ void CameraScenario::Open() {
     if (m_device->Open(m_module, m_id) != 0) return Fatal({RuleId::kOpen, kNoFrame, "open(" + m_id + ") failed"});
     if (m_device->version() < uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
         return Fatal({RuleId::kDeviceVersion, kNoFrame, "the open device reports an API below 3.2"});
+    m_version = m_device->version();
+    const camera3_device_ops_t* ops = m_device->device()->ops;
+    if (ops->dump == nullptr) Record({RuleId::kDeviceOps, kNoFrame, "dump is NULL"});
+    if (ops->register_stream_buffers != nullptr)
+        Record({RuleId::kDeviceOps, kNoFrame, "register_stream_buffers is set (NULL from device API 3.2)"});
+    if (ops->get_metadata_vendor_tag_ops != nullptr)
+        Record({RuleId::kDeviceOps, kNoFrame, "get_metadata_vendor_tag_ops is set (NULL from device API 3.2)"});
     std::string tag = m_id + " " + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     m_checker =
-        std::make_unique<ResultChecker>(LimitsOf(StaticInfo(m_static), m_stallNs), *m_findings,
+        std::make_unique<ResultChecker>(LimitsOf(*m_staticInfo, m_stallNs), *m_findings,
                                         [tag](const std::string& l) { Report::Get().Trace("[" + tag + "] " + l); });
     m_device->Attach(m_checker.get());
     if (m_device->Initialize() != 0) return Fatal({RuleId::kInitialize, kNoFrame, "initialize failed"});
     m_initialized = true;
     m_streams = std::make_unique<StreamFixture>(m_device);
+    m_streams->ReadEveryStream(m_frameCounterTag != 0);
     std::string prefix =
         "camera" + m_id + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
     std::replace(prefix.begin(), prefix.end(), '/', '_');
@@ -127,12 +135,12 @@ MetadataPtr CameraScenario::Settings(int templateType) {
 }
 
 bool CameraScenario::Stream(int count, const camera_metadata_t* settings, const std::vector<size_t>& streams,
-                            bool dumpLast) {
+                            bool dumpLast, int64_t fenceHoldNs) {
     for (int i = 0; i < count; ++i) {
-        if (m_checker->deviceError()) return false;  // only close is left
+        if (Lost()) return false;
         uint32_t frame = m_framesFixture->nextFrame();
         if (dumpLast && i == count - 1) m_framesFixture->DumpFrame(frame);
-        int rc = m_framesFixture->Submit(settings, streams, &frame);
+        int rc = m_framesFixture->Submit(settings, streams, &frame, fenceHoldNs);
         if (rc == -ETIMEDOUT) {
             m_checker->Sync();
             Record({RuleId::kResultTimeout, frame, "no buffer came back to submit it"});
@@ -156,13 +164,17 @@ bool CameraScenario::Drain() {
         Report::Get().WriteFile("inflight_" + m_id + "_" + suite.substr(suite.rfind('/') + 1) + ".txt",
                                 std::vector<uint8_t>(table.begin(), table.end()));
     }
+    Collect();
+    return idle;
+}
+
+void CameraScenario::Collect() {
     for (auto& f : m_checker->TakeCompleted()) {
         int64_t drawn = m_frameCounterTag ? GetI64(f.result.get(), m_frameCounterTag, -1) : -1;
         if (drawn >= 0 && drawn != int64_t(f.frame))
             Record({RuleId::kStaleFrame, f.frame, "com.zelkov.sim.frameCounter says " + std::to_string(drawn)});
         m_frames.push_back(std::move(f));
     }
-    return idle;
 }
 
 int CameraScenario::TimedFlush() {
@@ -199,6 +211,7 @@ void CameraScenario::Close() {
     }
     Drain();  // after a fatal error, what came is still reported
     if (m_device->Close() != 0) Record({RuleId::kClose, kNoFrame, "close failed"});
+    ReportFailures(m_framesFixture->LeakedFences());
     // Give a misbehaving pipeline a few frame times to call back after close.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     if (int late = m_device->lateCallbacks())
@@ -210,353 +223,92 @@ void CameraScenario::Close() {
 }
 
 std::vector<StreamConfig> CameraScenario::YuvSizes() {
-    std::vector<StreamConfig> sizes = Sizes(0x23 /* YCbCr_420_888 */);
+    std::vector<StreamConfig> sizes = Sizes(HAL_PIXEL_FORMAT_YCBCR_420_888);
     if (sizes.empty()) Record({RuleId::kStaticYuv, kNoFrame, "no YUV_420_888 output size"});
     return sizes;
 }
 
-std::vector<StreamConfig> CameraScenario::Sizes(int format) const {
-    std::vector<StreamConfig> out;
-    for (const auto& c : OutputConfigs(m_static))
-        if (c.format == format) out.push_back(c);
-    std::sort(out.begin(), out.end(),
-              [](const auto& a, const auto& b) { return a.width * a.height > b.width * b.height; });
+std::string CameraName(const ::testing::TestParamInfo<std::string>& p) { return "camera" + p.param; }
+
+StreamSpec CameraScenario::Largest(int format, uint64_t consumer, uint32_t maxWidth, uint32_t maxHeight) const {
+    for (const auto& c : Sizes(format))
+        if ((maxWidth == 0 || uint32_t(c.width) <= maxWidth) && (maxHeight == 0 || uint32_t(c.height) <= maxHeight))
+            return {format, uint32_t(c.width), uint32_t(c.height), consumer};
+    return {format, 0, 0, consumer};
+}
+
+bool CameraScenario::LegacyOrExternal() const {
+    const int level = m_staticInfo->hardwareLevel();
+    return level < 0 || level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY ||
+           level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL;
+}
+
+bool CameraScenario::Lists(uint32_t tag, uint8_t value) const {
+    auto e = Find(m_static, tag);
+    return std::find(e.data.u8, e.data.u8 + e.count, value) != e.data.u8 + e.count;
+}
+
+std::vector<std::vector<StreamSpec>> CameraScenario::MandatoryCombinations() const {
+    // Sizes as MandatoryStreamCombination names them; RECORD (the largest
+    // camcorder size) is taken as PREVIEW: a guarantee "up to" a size holds
+    // below it too.
+    enum Size { kVga, kPreview, kMaximum };
+    constexpr int P = HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, Y = HAL_PIXEL_FORMAT_YCBCR_420_888,
+                  J = HAL_PIXEL_FORMAT_BLOB;
+    struct Stream {
+        int format;
+        Size size;
+    };
+    using Table = std::vector<std::vector<Stream>>;
+    static const Table kLegacy = {{{P, kMaximum}},
+                                  {{J, kMaximum}},
+                                  {{Y, kMaximum}},
+                                  {{P, kPreview}, {J, kMaximum}},
+                                  {{Y, kPreview}, {J, kMaximum}},
+                                  {{P, kPreview}, {P, kPreview}},
+                                  {{P, kPreview}, {Y, kPreview}},
+                                  {{P, kPreview}, {Y, kPreview}, {J, kMaximum}}};
+    static const Table kLimited = {{{P, kPreview}, {P, kPreview}},  // PRIV / YUV preview + RECORD
+                                   {{P, kPreview}, {Y, kPreview}},
+                                   {{Y, kPreview}, {Y, kPreview}},
+                                   {{P, kPreview}, {P, kPreview}, {J, kPreview}},
+                                   {{P, kPreview}, {Y, kPreview}, {J, kPreview}},
+                                   {{Y, kPreview}, {Y, kPreview}, {J, kMaximum}}};
+    static const Table kFull = {{{P, kMaximum}, {P, kMaximum}},
+                                {{P, kMaximum}, {Y, kMaximum}},
+                                {{Y, kMaximum}, {Y, kMaximum}},
+                                {{P, kPreview}, {P, kPreview}, {J, kMaximum}},
+                                {{Y, kVga}, {P, kPreview}, {Y, kMaximum}},
+                                {{Y, kVga}, {Y, kPreview}, {Y, kMaximum}}};
+    const int level = m_staticInfo->hardwareLevel();
+    std::vector<const Table*> tables = {&kLegacy};
+    if (!LegacyOrExternal()) tables.push_back(&kLimited);
+    if (level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_FULL || level == ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_3)
+        tables.push_back(&kFull);
+    std::vector<std::vector<StreamSpec>> out;
+    for (const Table* table : tables)
+        for (const auto& combination : *table) {
+            std::vector<StreamSpec> specs;
+            int privs = 0;
+            for (const Stream& s : combination) {
+                // The consumer an app would give: display and GPU for PRIV, ImageReader for YUV and JPEG.
+                uint64_t consumer = s.format != P ? kConsumerApp : privs++ == 0 ? kConsumerDisplay : kConsumerVideo;
+                StreamSpec spec = s.size == kVga       ? Largest(s.format, consumer, 640, 480)
+                                  : s.size == kPreview ? Largest(s.format, consumer, 1920, 1080)
+                                                       : Largest(s.format, consumer);
+                if (spec.width == 0) break;  // nothing that small: the combination does not apply
+                specs.push_back(spec);
+            }
+            auto same = [&](const std::vector<StreamSpec>& o) {
+                return std::equal(o.begin(), o.end(), specs.begin(), specs.end(), [](const auto& a, const auto& b) {
+                    return a.format == b.format && a.width == b.width && a.height == b.height &&
+                           a.consumerUsage == b.consumerUsage;
+                });
+            };
+            // RECORD taken as PREVIEW makes some combinations of a higher level repeat a lower one's.
+            if (specs.size() == combination.size() && std::none_of(out.begin(), out.end(), same)) out.push_back(specs);
+        }
     return out;
 }
-
-namespace {
-
-constexpr int kFormatImplementationDefined = 0x22;
-constexpr int kFormatYuv420 = 0x23;
-constexpr uint8_t kIntent[] = {0, 1, 2, 3, 4, 5, 6};
-
-std::string Name(const ::testing::TestParamInfo<std::string>& p) { return "camera" + p.param; }
-
-}  // namespace
-
-// ---- Module and device level ----
-
-class StaticMetadata : public CameraScenario {};
-TEST_P(StaticMetadata, HoldsEveryRequiredKey) {
-    ReportFailures(CheckStaticMetadata(m_static, m_info.facing, m_info.orientation));
-    if (m_info.device_version < uint32_t(CAMERA_DEVICE_API_VERSION_3_2))
-        Record({RuleId::kDeviceVersion, kNoFrame, "camera_info reports a device API below 3.2"});
-    EXPECT_GT(m_partialCount, 0u);
-    m_note = "keys=" + std::to_string(get_camera_metadata_entry_count(m_static));
-}
-
-class OpenClose : public CameraScenario {};
-TEST_P(OpenClose, BadIdsAndSecondOpenFail) {
-    for (const char* bad : {"-1", "99", "x"})
-        if (m_module.ProbeOpen(bad) == 0)
-            Record({RuleId::kOpenBadId, kNoFrame, "open(\"" + std::string(bad) + "\") succeeded"});
-    ASSERT_NO_FATAL_FAILURE(Open());
-    DeviceConnector* second = DeviceConnector::Make();
-    int rc = second->Open(m_module, m_id);
-    if (rc == 0) Record({RuleId::kOpenTwice, kNoFrame, "a second open of camera " + m_id + " succeeded"});
-    if (rc == 0) second->Close();
-    // ZSL is required only with a reprocessing capability and MANUAL only with
-    // MANUAL_SENSOR (CameraDevice's template list); without them a null is a refusal.
-    const bool zsl =
-        HasCapability(m_static, kCapabilityPrivateReprocessing) || HasCapability(m_static, kCapabilityYuvReprocessing);
-    const bool manual = HasCapability(m_static, kCapabilityManualSensor);
-    for (int t = CAMERA3_TEMPLATE_PREVIEW; t <= CAMERA3_TEMPLATE_MANUAL; ++t) {
-        bool required = t == CAMERA3_TEMPLATE_ZERO_SHUTTER_LAG ? zsl : t == CAMERA3_TEMPLATE_MANUAL ? manual : true;
-        ReportFailures(CheckDefaultSettings(m_device->DefaultSettings(t), t, required));
-    }
-    if (m_device->DefaultSettings(0) != nullptr)
-        Record({RuleId::kDefaultSettings, kNoFrame, "template 0 gave settings"});
-    Close();
-    ASSERT_NO_FATAL_FAILURE(Open());  // a closed camera opens again
-    Close();
-}
-
-class InvalidConfiguration : public CameraScenario {};
-TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = YuvSizes();
-    if (sizes.empty()) return;
-    StreamConfig yuv = sizes[0];
-    uint32_t w = uint32_t(yuv.width), h = uint32_t(yuv.height);
-    const struct {
-        const char* what;
-        std::vector<StreamSpec> specs;
-    } cases[] = {
-        {"no streams", {}},
-        {"unsupported size", {{kFormatYuv420, w + 2, h + 2, kUsageSwReadOften}}},
-        {"zero size", {{kFormatYuv420, 0, 0, kUsageSwReadOften}}},
-        {"unsupported format", {{0x7fff, w, h, kUsageSwReadOften}}},
-        {"bad rotation", {{kFormatYuv420, w, h, kUsageSwReadOften, 7}}},
-    };
-    for (const auto& c : cases) {
-        std::vector<Finding> failures;
-        int rc = m_streams->Configure(c.specs, m_blobBytes, &failures);
-        if (rc != -EINVAL)
-            Record({RuleId::kConfigureInvalid, kNoFrame, std::string(c.what) + ": " + std::to_string(rc)});
-    }
-    camera3_stream_configuration_t none{0, nullptr, 0, nullptr};
-    if (int rc = m_device->Configure(&none); rc != -EINVAL)
-        Record({RuleId::kConfigureInvalid, kNoFrame, "null stream list: " + std::to_string(rc)});
-    if (int rc = m_device->Configure(nullptr); rc != -EINVAL)
-        Record({RuleId::kConfigureInvalid, kNoFrame, "null configuration: " + std::to_string(rc)});
-    // A good configuration still works after the refusals.
-    if (!Configure({{kFormatYuv420, w, h, kUsageSwReadOften}})) return;
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    EXPECT_TRUE(Stream(3, s.get(), {0}));
-    Drain();
-}
-
-// ---- Streaming ----
-
-class Preview : public CameraScenario {};
-TEST_P(Preview, EverySize) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    int sizes = 0;
-    for (const auto& c : OutputConfigs(m_static)) {
-        if (c.format == kFormatBlob) continue;
-        uint64_t usage = c.format == kFormatImplementationDefined ? kUsageHwComposer : kUsageSwReadOften;
-        if (!Configure({{c.format, uint32_t(c.width), uint32_t(c.height), usage}})) continue;
-        Report::Get().Trace("preview " + std::to_string(c.width) + "x" + std::to_string(c.height) + " format " +
-                            std::to_string(c.format));
-        Stream(options().frames, s.get(), {0});
-        if (!Drain()) return;
-        ++sizes;
-    }
-    if (sizes == 0) Record({RuleId::kConfigure, kNoFrame, "no preview size streamed"});
-    m_note = "sizes=" + std::to_string(sizes) + " ";
-}
-
-class ThreeStreams : public CameraScenario {};
-TEST_P(ThreeStreams, PreviewYuvAndJpeg) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto preview = Sizes(kFormatImplementationDefined), yuv = YuvSizes(), jpeg = Sizes(kFormatBlob);
-    if (preview.empty() || yuv.empty() || jpeg.empty())
-        return Fatal({RuleId::kStaticStreamConfigs, kNoFrame, "no preview or JPEG size"});
-    const auto& p = preview.back();  // smallest preview, largest YUV and JPEG
-    if (!Configure({{kFormatImplementationDefined, uint32_t(p.width), uint32_t(p.height), kUsageHwComposer},
-                    {kFormatYuv420, uint32_t(yuv[0].width), uint32_t(yuv[0].height), kUsageSwReadOften},
-                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
-        return;
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    for (int i = 0; i < options().frames; ++i)
-        if (!Stream(1, s.get(), i % 5 == 4 ? std::vector<size_t>{0, 1, 2} : std::vector<size_t>{0, 1},
-                    i == options().frames - 1))
-            break;
-    Drain();
-    if (m_framesFixture->jpegs() == 0) Record({RuleId::kJpegBlob, kNoFrame, "no JPEG came back"});
-}
-
-class Reconfigure : public CameraScenario {};
-TEST_P(Reconfigure, Cycles) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = YuvSizes();
-    if (sizes.empty()) return;
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    for (int cycle = 0; cycle < 4; ++cycle) {
-        const auto& c = sizes[size_t(cycle) % sizes.size()];
-        if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-        Stream(std::max(3, options().frames / 4), s.get(), {0});
-        if (!Drain()) return;
-    }
-    m_note = "cycles=4";
-}
-
-class Flush : public CameraScenario {};
-TEST_P(Flush, WithRequestsInFlightAndWithNone) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = YuvSizes();
-    if (sizes.empty()) return;
-    StreamConfig c = sizes.back();
-    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-    if (m_streams->stream(0)->max_buffers < 2) GTEST_SKIP() << "max_buffers is 1: one request in flight at a time";
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    for (int round = 0; round < 3; ++round) {
-        if (!Stream(int(m_streams->pool(0).size()), s.get(), {0})) return;
-        m_checker->Sync();
-        TimedFlush();
-        m_checker->Sync();
-        size_t left = m_checker->InFlight();
-        if (left != 0)
-            Record({RuleId::kFlushDrains, kNoFrame,
-                    std::to_string(left) + " frame(s) still in flight when flush returned"});
-        if (!Drain()) return;
-    }
-    TimedFlush();             // with nothing in flight
-    Stream(3, s.get(), {0});  // streaming resumes after a flush
-    Drain();
-    m_note = "flushed_error_frames=" + std::to_string(m_checker->errorFrames());
-}
-
-class InvalidRequests : public CameraScenario {};
-TEST_P(InvalidRequests, AreRefusedWithEinval) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = YuvSizes();
-    if (sizes.empty()) return;
-    StreamConfig c = sizes.back();
-    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-    camera3_stream_t stranger = *m_streams->stream(0);  // never configured
-    buffer_handle_t* h = m_streams->pool(0).Acquire(m_stallNs);
-    ASSERT_NE(h, nullptr);
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    camera3_stream_buffer_t good{m_streams->stream(0), h, 0, -1, -1}, foreign{&stranger, h, 0, -1, -1};
-    const struct {
-        const char* what;
-        const camera_metadata_t* settings;
-        uint32_t count;
-        const camera3_stream_buffer_t* buffers;
-    } cases[] = {
-        {"first request without settings", nullptr, 1, &good},
-        {"no output buffers", s.get(), 0, nullptr},
-        {"buffer of an unconfigured stream", s.get(), 1, &foreign},
-    };
-    for (const auto& r : cases) {
-        camera3_capture_request_t request{};
-        request.frame_number = 1000;
-        request.settings = r.settings;
-        request.num_output_buffers = r.count;
-        request.output_buffers = r.buffers;
-        if (int rc = m_device->Submit(&request); rc != -EINVAL)
-            Record({RuleId::kRequestInvalid, kNoFrame, std::string(r.what) + ": " + std::to_string(rc)});
-    }
-    m_streams->pool(0).Release(h);
-    if (int rc = m_device->Submit(nullptr); rc != -EINVAL)
-        Record({RuleId::kRequestInvalid, kNoFrame, "null request: " + std::to_string(rc)});
-    EXPECT_TRUE(Stream(3, s.get(), {0}));  // the device still takes good requests
-    Drain();
-}
-
-class StillCapture : public CameraScenario {};
-TEST_P(StillCapture, After3A) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto preview = Sizes(kFormatImplementationDefined), jpeg = Sizes(kFormatBlob);
-    if (preview.empty() || jpeg.empty())
-        return Fatal({RuleId::kStaticStreamConfigs, kNoFrame, "no preview or JPEG size"});
-    if (!Configure({{kFormatImplementationDefined, uint32_t(preview.back().width), uint32_t(preview.back().height),
-                     kUsageHwComposer},
-                    {kFormatBlob, uint32_t(jpeg[0].width), uint32_t(jpeg[0].height), kUsageSwReadOften}}))
-        return;
-    // Only the modes the camera lists are asked for: a fixed-focus camera gets
-    // no AF trigger and its AF INACTIVE counts as done, as CTS has it.
-    auto lists = [&](uint32_t tag, uint8_t mode) {
-        auto modes = Find(m_static, tag);
-        return std::find(modes.data.u8, modes.data.u8 + modes.count, mode) != modes.data.u8 + modes.count;
-    };
-    const bool af = lists(ANDROID_CONTROL_AF_AVAILABLE_MODES, kAfModeAuto),
-               ae = lists(ANDROID_CONTROL_AE_AVAILABLE_MODES, kAeModeOn);
-    MetadataPtr idle = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    if (af) SetU8(idle, ANDROID_CONTROL_AF_MODE, kAfModeAuto);
-    MetadataPtr trigger(clone_camera_metadata(idle.get()));
-    if (ae) SetU8(trigger, ANDROID_CONTROL_AE_PRECAPTURE_TRIGGER, kAePrecaptureStart);
-    if (af) SetU8(trigger, ANDROID_CONTROL_AF_TRIGGER, kAfTriggerStart);
-    Stream(2, idle.get(), {0}, false);
-    Stream(1, trigger.get(), {0}, false);
-    // Preview on until AE has converged and AF has locked, within a bound.
-    bool converged = false;
-    for (int i = 0; i < 60 && !converged && !HasFailure(); ++i) {
-        Stream(1, idle.get(), {0}, false);
-        Drain();
-        for (const auto& f : m_frames) {
-            int aeState = GetU8(f.result.get(), ANDROID_CONTROL_AE_STATE, -1);
-            int afState = GetU8(f.result.get(), ANDROID_CONTROL_AF_STATE, -1);
-            bool aeDone =
-                ae ? aeState == kAeStateConverged || aeState == kAeStateFlashRequired || aeState == kAeStateLocked
-                   : aeState == kAeStateInactive;
-            bool afDone = af ? afState == kAfStateFocusedLocked || afState == kAfStateNotFocusedLocked
-                             : afState == kAfStateInactive;
-            converged |= aeDone && afDone;
-        }
-    }
-    if (!converged)
-        Record({RuleId::k3aConverge, kNoFrame,
-                std::string(ae ? "AE did not converge" : "AE not INACTIVE") + " or " +
-                    (af ? "AF did not lock" : "AF not INACTIVE") + " after the triggers"});
-    MetadataPtr still = Settings(CAMERA3_TEMPLATE_STILL_CAPTURE);
-    ASSERT_EQ(GetU8(still.get(), ANDROID_CONTROL_CAPTURE_INTENT, -1), kIntent[CAMERA3_TEMPLATE_STILL_CAPTURE]);
-    Stream(1, still.get(), {0, 1});
-    Drain();
-    if (m_framesFixture->jpegs() != 1)
-        Record({RuleId::kJpegBlob, kNoFrame,
-                std::to_string(m_framesFixture->jpegs()) + " JPEG(s) from the still capture"});
-}
-
-class Recording : public CameraScenario {};
-TEST_P(Recording, HoldsItsFrameRate) {
-    ASSERT_NO_FATAL_FAILURE(Open());
-    // The fastest fixed fps range, and the smallest video size that reaches it
-    // (so a host build with sanitizers keeps pace: it is the timing under test).
-    auto ranges = Find(m_static, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES);
-    int32_t fps = 0;
-    for (size_t i = 0; i + 1 < ranges.count; i += 2)
-        if (ranges.data.i32[i] == ranges.data.i32[i + 1]) fps = std::max(fps, ranges.data.i32[i]);
-    if (fps == 0) GTEST_SKIP() << "no fixed fps range";
-    const int64_t targetNs = 1000000000LL / fps;
-    StreamConfig video{};
-    for (const auto& c : Sizes(kFormatImplementationDefined))
-        if (c.minFrameNs <= targetNs) video = c;
-    if (video.width <= 0)
-        return Fatal({RuleId::kFrameRate, kNoFrame, "no video size reaches " + std::to_string(fps) + " fps"});
-    if (!Configure(
-            {{kFormatImplementationDefined, uint32_t(video.width), uint32_t(video.height), kUsageHwVideoEncoder}}))
-        return;
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_VIDEO_RECORD);
-    int32_t range[2] = {fps, fps};
-    Set(s, ANDROID_CONTROL_AE_TARGET_FPS_RANGE, range, 2);
-    Stream(options().frames, s.get(), {0});
-    Drain();
-    int outside = 0;
-    const int64_t slack = targetNs * options().rateTolerancePct / 100;
-    for (size_t i = 1; i < m_frames.size(); ++i) {
-        if (m_frames[i].errorRequest || m_frames[i - 1].errorRequest) continue;
-        int64_t interval = int64_t(m_frames[i].shutterNs - m_frames[i - 1].shutterNs);
-        if (interval >= targetNs - slack && interval <= targetNs + slack) continue;
-        ++outside;
-        Record({RuleId::kFrameRate, kNoFrame,
-                "frames " + std::to_string(m_frames[i - 1].frame) + "-" + std::to_string(m_frames[i].frame) +
-                    ": interval " + std::to_string(interval / 1000) + " us, target " + std::to_string(targetNs / 1000) +
-                    " us +-" + std::to_string(options().rateTolerancePct) + "%"});
-    }
-    m_note = "fps=" + std::to_string(fps) + " outside=" + std::to_string(outside);
-}
-
-class TestPattern : public CameraScenario {};
-TEST_P(TestPattern, ColorBars) {
-    auto modes = Find(m_static, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES);
-    if (std::find(modes.data.i32, modes.data.i32 + modes.count, int32_t(kTestPatternColorBars)) ==
-        modes.data.i32 + modes.count)
-        GTEST_SKIP() << "COLOR_BARS not in android.sensor.availableTestPatternModes";
-    ASSERT_NO_FATAL_FAILURE(Open());
-    auto sizes = YuvSizes();
-    if (sizes.empty()) return;
-    StreamConfig c = sizes.back();
-    if (!Configure({{kFormatYuv420, uint32_t(c.width), uint32_t(c.height), kUsageSwReadOften}})) return;
-    MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
-    const int32_t mode = kTestPatternColorBars;
-    Set(s, ANDROID_SENSOR_TEST_PATTERN_MODE, &mode, 1);
-    Stream(3, s.get(), {0});
-    if (!Drain()) return;
-    for (const auto& f : m_frames)
-        if (GetI32(f.result.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, -1) != mode)
-            Record({RuleId::kTestPattern, f.frame, "the result does not echo the test pattern mode"});
-    // Nothing was submitted after the last frame: its buffer still holds its picture.
-    if (m_frames.empty() || m_frames.back().buffers.empty())
-        return Fatal({RuleId::kTestPattern, kNoFrame, "no frame to look at"});
-    const GrallocBuffer* picture = m_streams->pool(0).Find(m_frames.back().buffers[0].handle);
-    ASSERT_NE(picture, nullptr);
-    ReportFailures(CheckColorBars(*picture));
-}
-
-#define HAL3_CAMERAS(suite) INSTANTIATE_TEST_SUITE_P(Camera, suite, ::testing::ValuesIn(CameraIds()), Name)
-HAL3_CAMERAS(StaticMetadata);
-HAL3_CAMERAS(OpenClose);
-HAL3_CAMERAS(InvalidConfiguration);
-HAL3_CAMERAS(Preview);
-HAL3_CAMERAS(ThreeStreams);
-HAL3_CAMERAS(Reconfigure);
-HAL3_CAMERAS(Flush);
-HAL3_CAMERAS(InvalidRequests);
-HAL3_CAMERAS(StillCapture);
-HAL3_CAMERAS(Recording);
-HAL3_CAMERAS(TestPattern);
 
 }  // namespace hal3_check

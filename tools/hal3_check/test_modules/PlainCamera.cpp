@@ -4,12 +4,38 @@
 // camera, one partial result, buffers and metadata returned before the
 // shutter, producer-only stream usage, no vendor tags, plain pictures.
 //
-// PLAIN_CAMERA_ROGUE turns it into a module that misbehaves once, at frame 3:
+// PLAIN_CAMERA_ROGUE selects a mode. The legal ones are unusual but allowed,
+// and must pass every scenario:
+//   sync               each request finished inside process_capture_request
+//   blob_stall_only    stall durations listed for BLOB only
+//   zsl_still          STILL_CAPTURE enables ZSL; such a frame shows an older timestamp
+//   legacy, external   LEGACY or EXTERNAL level (LEGACY: no VIDEO_SNAPSHOT template,
+//                      no two YUV streams; EXTERNAL: an external camera)
+//   error_buffer_late  frame 3's buffer fails; ERROR_BUFFER is its last message
+//   empty_error_result frame 3 gets an empty metadata buffer and ERROR_RESULT
+//   close_inflight     flush returns at once; close finishes the queue with callbacks
+//   own_handle         results point at the module's own copies of the buffer handles
+//   atoi_ids           camera ids parsed with atoi ("x" opens camera 0)
+//   vendor_unchanged   get_vendor_tag_ops leaves the ops as they were
+//   color_bars         COLOR_BARS on a 16:9 array: applied two frames after the request
+//                      (android.sync.maxLatency), cropped in 4:3 streams
+//   template_zero      template 0, which the service never asks for, gets PREVIEW's settings
+//   slow_start         the first frames after configure come two frame times apart
+// The rogue ones misbehave once, at frame 3 (or from the start):
 //   crash_request  process_capture_request dies of SIGSEGV
 //   hang_flush     flush never returns (from the first flush on)
 //   lying_count    a result claims 50 output buffers with an array of 1
 //   old_device     the device it opens says API 3.1
 //   late_callback  a shutter while close runs, and another just after it returned
+//   ignore_fence   buffers are written without waiting on their acquire fences
+//   error_request_mixed  ERROR_REQUEST and ERROR_BUFFER for the same frame
+//   error_result_late_shutter  ERROR_RESULT, the buffers, then the shutter
+//   null_dump      camera3_device_ops.dump is NULL
+//   leak_fence     acquire fences waited on but never closed
+//   template_missing_key  STILL_CAPTURE lacks android.jpeg.quality, a listed request key
+//   slow_legacy    a LEGACY camera at half its advertised fixed rate (a warning only)
+//   jpeg_trailer_after_data  the blob trailer follows the JPEG instead of ending the buffer
+//                  (a warning only: apps then take the whole buffer)
 //   hang_null_request  process_capture_request(NULL) never returns
 //   crash_init     camera_module_t::init dies of SIGSEGV
 //   huge_count     get_number_of_cameras says 2^30
@@ -27,11 +53,14 @@
 
 #include <jpeglib.h>
 
+#include <poll.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -47,13 +76,22 @@
 
 namespace {
 
-constexpr int kYuv = 0x23, kPrivate = 0x22, kBlob = 0x21;
+constexpr int kYuv = HAL_PIXEL_FORMAT_YCBCR_420_888, kPrivate = HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED,
+              kBlob = HAL_PIXEL_FORMAT_BLOB;
 constexpr uint64_t kProducerUsage = 0x20000 /* CAMERA_WRITE */ | 0x30 /* SW_WRITE_OFTEN */;
 constexpr int64_t kFrameNs = 33333333;  // 30 fps at every size
 constexpr uint32_t kMaxBuffers = 4;
 constexpr int32_t kJpegMaxSize = 300000;
 constexpr uint32_t kRogueFrame = 3;
 const int32_t kSizes[][2] = {{640, 480}, {320, 240}};
+
+constexpr int32_t kPatternLatency = 2;
+
+const std::string& Mode() {
+    static const std::string mode = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
+    return mode;
+}
+bool Is(const char* mode) { return Mode() == mode; }
 
 struct MetadataDeleter {
     void operator()(camera_metadata_t* m) const { free_camera_metadata(m); }
@@ -110,15 +148,23 @@ Metadata Defaults(int type) {
     Put<int64_t>(m, ANDROID_SENSOR_EXPOSURE_TIME, {int64_t(10000000)});
     Put<int64_t>(m, ANDROID_SENSOR_FRAME_DURATION, {kFrameNs});
     Put<int32_t>(m, ANDROID_SENSOR_SENSITIVITY, {100});
-    Put<uint8_t>(m, ANDROID_JPEG_QUALITY, {uint8_t(90)});
+    if (!Is("template_missing_key") || type != CAMERA3_TEMPLATE_STILL_CAPTURE)
+        Put<uint8_t>(m, ANDROID_JPEG_QUALITY, {uint8_t(90)});
     Put<int32_t>(m, ANDROID_JPEG_ORIENTATION, {0});
     Put<int32_t>(m, ANDROID_JPEG_THUMBNAIL_SIZE, {0, 0});
+    if (Is("zsl_still")) Put<uint8_t>(m, ANDROID_CONTROL_ENABLE_ZSL, {uint8_t(type == CAMERA3_TEMPLATE_STILL_CAPTURE)});
     return m;
 }
 
+// 4:3, or 16:9 at the same height for the cropped colour bars.
+int32_t ArrayWidth() { return Is("color_bars") ? kSizes[0][1] * 16 / 9 : kSizes[0][0]; }
+
 Metadata Characteristics() {
     Metadata m(allocate_camera_metadata(64, 4096));
-    Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {uint8_t(0)});   // LIMITED
+    const uint8_t level = Is("legacy") || Is("slow_legacy") ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LEGACY
+                          : Is("external")                  ? ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_EXTERNAL
+                                                            : ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL_LIMITED;
+    Put<uint8_t>(m, ANDROID_INFO_SUPPORTED_HARDWARE_LEVEL, {level});
     Put<uint8_t>(m, ANDROID_REQUEST_AVAILABLE_CAPABILITIES, {uint8_t(0)});  // BACKWARD_COMPATIBLE
     Put<int32_t>(m, ANDROID_REQUEST_PARTIAL_RESULT_COUNT, {1});
     Put<uint8_t>(m, ANDROID_REQUEST_PIPELINE_MAX_DEPTH, {uint8_t(kMaxBuffers)});
@@ -130,7 +176,8 @@ Metadata Characteristics() {
             if (format == kBlob && s[0] != kSizes[0][0]) continue;
             configs.insert(configs.end(), {format, s[0], s[1], 0 /* OUTPUT */});
             minFrame.insert(minFrame.end(), {format, s[0], s[1], kFrameNs});
-            stall.insert(stall.end(), {format, s[0], s[1], format == kBlob ? kFrameNs : 0});
+            if (format == kBlob || !Is("blob_stall_only"))
+                stall.insert(stall.end(), {format, s[0], s[1], format == kBlob ? kFrameNs : 0});
         }
     Put(m, ANDROID_SCALER_AVAILABLE_STREAM_CONFIGURATIONS, configs.data(), configs.size());
     Put(m, ANDROID_SCALER_AVAILABLE_MIN_FRAME_DURATIONS, minFrame.data(), minFrame.size());
@@ -139,11 +186,15 @@ Metadata Characteristics() {
     Put<int32_t>(m, ANDROID_JPEG_MAX_SIZE, {kJpegMaxSize});
     Put<int32_t>(m, ANDROID_JPEG_AVAILABLE_THUMBNAIL_SIZES, {0, 0});
     Put<uint8_t>(m, ANDROID_SENSOR_INFO_TIMESTAMP_SOURCE, {uint8_t(0)});
-    Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, kSizes[0][0], kSizes[0][1]});
-    Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {kSizes[0][0], kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, ArrayWidth(), kSizes[0][1]});
+    Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {ArrayWidth(), kSizes[0][1]});
     Put<int32_t>(m, ANDROID_SENSOR_ORIENTATION, {90});
-    Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
-    Put<uint8_t>(m, ANDROID_LENS_FACING, {uint8_t(1)});                 // BACK
+    if (Is("color_bars"))
+        Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0, ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS});
+    else
+        Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
+    Put<uint8_t>(m, ANDROID_LENS_FACING,
+                 {uint8_t(Is("external") ? ANDROID_LENS_FACING_EXTERNAL : ANDROID_LENS_FACING_BACK)});
     Put<float>(m, ANDROID_LENS_INFO_MINIMUM_FOCUS_DISTANCE, {0.0f});    // fixed focus
     Put<uint8_t>(m, ANDROID_CONTROL_AF_AVAILABLE_MODES, {uint8_t(0)});  // OFF only
     Put<uint8_t>(m, ANDROID_CONTROL_AE_AVAILABLE_MODES, {uint8_t(1)});
@@ -151,7 +202,7 @@ Metadata Characteristics() {
     Put<uint8_t>(m, ANDROID_CONTROL_AVAILABLE_MODES, {uint8_t(0), uint8_t(1)});
     Put<int32_t>(m, ANDROID_CONTROL_AE_AVAILABLE_TARGET_FPS_RANGES, {15, 30, 30, 30});
     Put<int32_t>(m, ANDROID_CONTROL_MAX_REGIONS, {0, 0, 0});
-    Put<int32_t>(m, ANDROID_SYNC_MAX_LATENCY, {-1});  // UNKNOWN
+    Put<int32_t>(m, ANDROID_SYNC_MAX_LATENCY, {Is("color_bars") ? kPatternLatency : -1});  // -1: UNKNOWN
     Metadata defaults = Defaults(CAMERA3_TEMPLATE_PREVIEW);
     std::vector<int32_t> requestKeys = Tags(defaults.get()), resultKeys = requestKeys;
     for (uint32_t tag : kResultOnlyTags) resultKeys.push_back(int32_t(tag));
@@ -184,16 +235,30 @@ const camera_metadata_t* CutShortStaticInfo() {
 // Luma of the picture: a dark top row over a horizontal ramp.
 uint8_t Luma(uint32_t x, uint32_t y, uint32_t width) { return y == 0 ? 16 : uint8_t(48 + x * 160 / width); }
 
-void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height) {
+// Y, Cb, Cr of pixel x: the ramp, or the 8 colour bars (BT.601) across the
+// array, of which a narrower stream shows the centre.
+std::array<uint8_t, 3> Pixel(uint32_t x, uint32_t y, uint32_t width, uint32_t height, bool bars) {
+    static const uint8_t kBars[8][3] = {{235, 128, 128}, {210, 16, 146}, {170, 166, 16}, {145, 54, 34},
+                                        {106, 202, 222}, {81, 90, 240},  {41, 240, 110}, {16, 128, 128}};
+    if (!bars) return {Luma(x, y, width), 128, 128};
+    double visible = std::min(1.0, (double(width) / height) / (double(ArrayWidth()) / kSizes[0][1]));
+    double across = (1 - visible) / 2 + (x + 0.5) / width * visible;
+    const uint8_t* c = kBars[std::min(7, int(across * 8))];
+    return {c[0], c[1], c[2]};
+}
+
+void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height, bool bars) {
     android_ycbcr p{};
     const android::Rect bounds(static_cast<int>(width), static_cast<int>(height));
     if (android::GraphicBufferMapper::get().lockYCbCr(handle, uint32_t(kProducerUsage), bounds, &p) != 0) return;
     for (uint32_t y = 0; y < height; ++y)
-        for (uint32_t x = 0; x < width; ++x) static_cast<uint8_t*>(p.y)[y * p.ystride + x] = Luma(x, y, width);
+        for (uint32_t x = 0; x < width; ++x)
+            static_cast<uint8_t*>(p.y)[y * p.ystride + x] = Pixel(x, y, width, height, bars)[0];
     for (uint32_t y = 0; y < height / 2; ++y)
         for (uint32_t x = 0; x < width / 2; ++x) {
-            static_cast<uint8_t*>(p.cb)[y * p.cstride + x * p.chroma_step] = 128;
-            static_cast<uint8_t*>(p.cr)[y * p.cstride + x * p.chroma_step] = 128;
+            std::array<uint8_t, 3> c = Pixel(2 * x, 2 * y, width, height, bars);
+            static_cast<uint8_t*>(p.cb)[y * p.cstride + x * p.chroma_step] = c[1];
+            static_cast<uint8_t*>(p.cr)[y * p.cstride + x * p.chroma_step] = c[2];
         }
     android::GraphicBufferMapper::get().unlock(handle);
 }
@@ -232,15 +297,11 @@ void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
         mapper.lock(handle, uint32_t(kProducerUsage), android::Rect(int(bytes), 1), &data) == 0) {
         memcpy(data, out, size);
         camera3_jpeg_blob_t trailer{CAMERA3_JPEG_BLOB_ID, uint32_t(size)};
-        memcpy(static_cast<uint8_t*>(data) + bytes - sizeof trailer, &trailer, sizeof trailer);
+        size_t at = Is("jpeg_trailer_after_data") ? size : bytes - sizeof trailer;
+        memcpy(static_cast<uint8_t*>(data) + at, &trailer, sizeof trailer);
         mapper.unlock(handle);
     }
     free(out);
-}
-
-const std::string& Rogue() {
-    static const std::string rogue = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
-    return rogue;
 }
 
 void Crash() {
@@ -268,18 +329,30 @@ struct Request {
     uint32_t frame;
     Metadata settings;
     std::vector<camera3_stream_buffer_t> buffers;
+    std::vector<buffer_handle_t> handles;  // own_handle: the copies results point at
+    int32_t pattern = 0;                   // the test pattern the frame shows
 };
+
+// Waits on an acquire fence as sync_wait does (a fence is a pollable fd) and
+// takes it over; false when it never signals.
+bool WaitFence(int fence) {
+    if (fence < 0) return true;
+    pollfd p{fence, POLLIN, 0};
+    if (poll(&p, 1, 2000) != 1) return false;
+    if (!Is("leak_fence")) close(fence);
+    return true;
+}
 
 class Camera {
 public:
     Camera(const hw_module_t* module) {
-        m_rogue = Rogue();
         m_device.common.tag = HARDWARE_DEVICE_TAG;
-        m_device.common.version =
-            m_rogue == "old_device" ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
+        m_device.common.version = Is("old_device") ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
         m_device.common.module = const_cast<hw_module_t*>(module);
         m_device.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
-        m_device.ops = &kOps;
+        m_ops = kOps;
+        if (Is("null_dump")) m_ops.dump = nullptr;
+        m_device.ops = &m_ops;
         m_device.priv = this;
     }
     camera3_device_t* device() { return &m_device; }
@@ -289,20 +362,21 @@ private:
 
     int Initialize(const camera3_callback_ops_t* callbacks) {
         if (callbacks == nullptr) return -EINVAL;
-        if (m_rogue == "close_fds")
+        if (Is("close_fds"))
             for (int fd = 3; fd < 1024; ++fd) close(fd);
-        if (m_rogue == "slow_initialize") std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (Is("slow_initialize")) std::this_thread::sleep_for(std::chrono::milliseconds(50));
         m_callbacks = callbacks;
-        m_worker = std::thread([this] {
-            pthread_setname_np(pthread_self(), "plain-worker");
-            Work();
-        });
+        if (!Is("sync"))
+            m_worker = std::thread([this] {
+                pthread_setname_np(pthread_self(), "plain-worker");
+                Work();
+            });
         return 0;
     }
 
     int Configure(camera3_stream_configuration_t* config) {
         if (config == nullptr || config->num_streams == 0 || config->streams == nullptr) return -EINVAL;
-        int blobs = 0;
+        int blobs = 0, yuvs = 0;
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             const camera3_stream_t* s = config->streams[i];
             if (s == nullptr || s->stream_type != CAMERA3_STREAM_OUTPUT || s->rotation != CAMERA3_STREAM_ROTATION_0)
@@ -314,22 +388,28 @@ private:
             else
                 known &= s->format == kYuv || s->format == kPrivate;
             if (!known) return -EINVAL;
+            yuvs += s->format == kYuv;
         }
+        // Two YUV streams are in no LEGACY combination.
+        if (Is("legacy") && yuvs > 1) return -EINVAL;
         std::lock_guard<std::mutex> lock(m_mutex);
+        m_sinceConfigure = 0;
+        for (camera3_stream_t* old : m_streams) old->priv = nullptr;  // records of a refused try stay valid
         m_streams.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             camera3_stream_t* s = config->streams[i];
-            // Ours only: the framework adds the consumer's. A rogue keeps them as
-            // well, so that its runs reach its fault on a checker still expecting them.
-            s->usage = m_rogue.empty() ? kProducerUsage : s->usage | kProducerUsage;
+            s->usage = kProducerUsage;  // ours only: the framework adds the consumer's
             s->max_buffers = kMaxBuffers;
             m_streams.push_back(s);
+            s->priv = this;  // requests are matched by it, as many modules do
         }
         return 0;
     }
 
     const camera_metadata_t* DefaultSettings(int type) {
+        if (type == 0 && Is("template_zero")) type = CAMERA3_TEMPLATE_PREVIEW;
         if (type < CAMERA3_TEMPLATE_PREVIEW || type > CAMERA3_TEMPLATE_MANUAL) return nullptr;
+        if (Is("legacy") && type == CAMERA3_TEMPLATE_VIDEO_SNAPSHOT) return nullptr;  // not for LEGACY
         std::lock_guard<std::mutex> lock(m_mutex);
         Metadata& m = m_templates[type];
         if (!m) m = Defaults(type);
@@ -337,28 +417,38 @@ private:
     }
 
     int Submit(camera3_capture_request_t* r) {
-        if (r == nullptr && m_rogue == "hang_null_request")
+        if (r == nullptr && Is("hang_null_request"))
             for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
         if (r == nullptr || r->num_output_buffers == 0 || r->output_buffers == nullptr) return -EINVAL;
-        if (m_rogue == "crash_request" && r->frame_number == kRogueFrame) Crash();
-        if (m_rogue == "spoof_output" && r->frame_number == kRogueFrame) Spoof("process_capture_request");
+        if (Is("crash_request") && r->frame_number == kRogueFrame) Crash();
+        if (Is("spoof_output") && r->frame_number == kRogueFrame) Spoof("process_capture_request");
         std::unique_lock<std::mutex> lock(m_mutex);
         if (r->settings == nullptr && !m_lastSettings) return -EINVAL;
         for (uint32_t i = 0; i < r->num_output_buffers; ++i)
-            if (std::find(m_streams.begin(), m_streams.end(), r->output_buffers[i].stream) == m_streams.end())
-                return -EINVAL;
+            if (r->output_buffers[i].stream == nullptr || r->output_buffers[i].stream->priv != this) return -EINVAL;
         if (r->settings != nullptr) m_lastSettings.reset(clone_camera_metadata(r->settings));
         Request q{r->frame_number,
                   Metadata(clone_camera_metadata(m_lastSettings.get())),
-                  {r->output_buffers, r->output_buffers + r->num_output_buffers}};
+                  {r->output_buffers, r->output_buffers + r->num_output_buffers},
+                  {}};
+        if (Is("own_handle")) {
+            for (const auto& b : q.buffers) q.handles.push_back(*b.buffer);
+            for (size_t i = 0; i < q.buffers.size(); ++i) q.buffers[i].buffer = &q.handles[i];
+        }
+        if (Is("sync")) {
+            lock.unlock();
+            Process(q);
+            return 0;
+        }
         m_queue.push_back(std::move(q));
         m_cv.notify_all();
         return 0;
     }
 
     int Flush() {
-        if (m_rogue == "hang_flush")
+        if (Is("hang_flush"))
             for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
+        if (Is("close_inflight")) return 0;  // the queue still completes, close included
         std::unique_lock<std::mutex> lock(m_mutex);
         m_cv.wait(lock, [&] { return m_queue.empty() && !m_busy; });  // at most kMaxBuffers frame times
         return 0;
@@ -367,11 +457,12 @@ private:
     int Close() {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
+            for (camera3_stream_t* s : m_streams) s->priv = nullptr;  // the last configured streams are still valid
             m_stop = true;
             m_cv.notify_all();
         }
-        if (m_worker.joinable()) m_worker.join();
-        if (m_rogue == "late_callback" && m_callbacks != nullptr) {
+        if (m_worker.joinable()) m_worker.join();  // it finishes what is queued first
+        if (Is("late_callback") && m_callbacks != nullptr) {
             camera3_notify_msg_t shutter{};
             shutter.type = CAMERA3_MSG_SHUTTER;
             shutter.message.shutter = {m_lastFrame, uint64_t(NowNs())};
@@ -381,7 +472,7 @@ private:
                 callbacks->notify(callbacks, &shutter);
             }).detach();
         }
-        if (m_rogue == "late_thread" && m_callbacks != nullptr)
+        if (Is("late_thread") && m_callbacks != nullptr)
             std::thread([callbacks = m_callbacks, frame = m_lastFrame] {
                 std::this_thread::sleep_for(std::chrono::milliseconds(200));
                 camera3_notify_msg_t shutter{};
@@ -396,7 +487,6 @@ private:
     }
 
     void Work() {
-        int64_t nextNs = NowNs();
         for (;;) {
             Request r;
             {
@@ -407,33 +497,110 @@ private:
                 m_queue.pop_front();
                 m_busy = true;
             }
-            nextNs = std::max(nextNs + kFrameNs, NowNs());
-            std::this_thread::sleep_for(std::chrono::nanoseconds(nextNs - NowNs()));
-            Deliver(r, uint64_t(nextNs));
+            Process(r);
             std::lock_guard<std::mutex> lock(m_mutex);
             m_busy = false;
             m_cv.notify_all();
         }
     }
 
-    // Buffers first, then the one partial, then the shutter: all legal from API 3.2 on.
+    // One frame time after the previous one, then the results.
+    void Process(Request& r) {
+        const bool slow = Is("slow_legacy") || (Is("slow_start") && m_sinceConfigure++ < kMaxBuffers);
+        const int64_t step = slow ? 2 * kFrameNs : kFrameNs;
+        m_nextNs = std::max(m_nextNs + step, NowNs());
+        std::this_thread::sleep_for(std::chrono::nanoseconds(m_nextNs - NowNs()));
+        uint64_t timestampNs = uint64_t(m_nextNs);
+        // The pattern asked kPatternLatency requests earlier is the one the sensor shows now.
+        camera_metadata_ro_entry_t pattern;
+        m_patterns.push_back(
+            find_camera_metadata_ro_entry(r.settings.get(), ANDROID_SENSOR_TEST_PATTERN_MODE, &pattern) == 0
+                ? pattern.data.i32[0]
+                : 0);
+        r.pattern = m_patterns.size() > kPatternLatency ? m_patterns[m_patterns.size() - 1 - kPatternLatency] : 0;
+        if (!Is("color_bars")) r.pattern = m_patterns.back();
+        if (m_patterns.size() > kPatternLatency) m_patterns.erase(m_patterns.begin());
+        camera_metadata_ro_entry_t zsl, intent;
+        if (find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_ENABLE_ZSL, &zsl) == 0 &&
+            zsl.data.u8[0] != 0 &&
+            find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_CAPTURE_INTENT, &intent) == 0 &&
+            intent.data.u8[0] == ANDROID_CONTROL_CAPTURE_INTENT_STILL_CAPTURE)
+            timestampNs = m_lastTimestampNs - kFrameNs / 2;  // a picture already in the ring, older than the last
+        Deliver(r, timestampNs);
+        m_lastTimestampNs = std::max(m_lastTimestampNs, timestampNs);
+    }
+
+    void Notify(camera3_notify_msg_t msg) { m_callbacks->notify(m_callbacks, &msg); }
+    void Shutter(uint32_t frame, uint64_t timestampNs) {
+        camera3_notify_msg_t m{};
+        m.type = CAMERA3_MSG_SHUTTER;
+        m.message.shutter = {frame, timestampNs};
+        Notify(m);
+    }
+    void Error(uint32_t frame, int code, camera3_stream_t* stream = nullptr) {
+        camera3_notify_msg_t m{};
+        m.type = CAMERA3_MSG_ERROR;
+        m.message.error = {frame, stream, code};
+        Notify(m);
+    }
+
+    // Buffers first, then the one partial, then the shutter: all legal from API
+    // 3.2 on. Frame 3 of an error mode takes its own order.
     void Deliver(Request& r, uint64_t timestampNs) {
-        if (m_rogue == "crash_worker" && r.frame == kRogueFrame) Crash();
+        if (Is("crash_worker") && r.frame == kRogueFrame) Crash();
         for (auto& b : r.buffers) {
+            b.status = CAMERA3_BUFFER_STATUS_OK;
+            if (!Is("ignore_fence") && !WaitFence(b.acquire_fence)) {
+                b.status = CAMERA3_BUFFER_STATUS_ERROR;  // never written: the fence goes back as the release fence
+                b.release_fence = b.acquire_fence;
+                b.acquire_fence = -1;
+                continue;
+            }
+            if (Is("ignore_fence") && b.acquire_fence >= 0) close(b.acquire_fence);
             if (b.stream->format == kBlob)
                 DrawJpeg(*b.buffer, b.stream->width, b.stream->height);
             else
-                DrawYuv(*b.buffer, b.stream->width, b.stream->height);
-            b.status = CAMERA3_BUFFER_STATUS_OK;
+                DrawYuv(*b.buffer, b.stream->width, b.stream->height,
+                        r.pattern == ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS);
             b.acquire_fence = b.release_fence = -1;
         }
+        const bool special = r.frame == kRogueFrame;
+        for (auto& b : r.buffers)
+            if (b.status == CAMERA3_BUFFER_STATUS_ERROR) Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, b.stream);
         camera3_capture_result_t buffers{};
         buffers.frame_number = r.frame;
         buffers.num_output_buffers = uint32_t(r.buffers.size());
         buffers.output_buffers = r.buffers.data();
-        if (m_rogue == "lying_count" && r.frame == kRogueFrame) {
+        if (Is("lying_count") && special) {
             buffers.num_output_buffers = 50;
             buffers.output_buffers = &r.buffers[0];
+        }
+        if (special && (Is("error_buffer_late") || Is("error_request_mixed")))
+            r.buffers[0].status = CAMERA3_BUFFER_STATUS_ERROR;
+        if (special && Is("error_request_mixed")) {
+            for (auto& b : r.buffers) b.status = CAMERA3_BUFFER_STATUS_ERROR;
+            Error(r.frame, CAMERA3_MSG_ERROR_REQUEST);
+            Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, r.buffers[0].stream);
+            m_callbacks->process_capture_result(m_callbacks, &buffers);
+            return;
+        }
+        if (special && Is("error_result_late_shutter")) {
+            Error(r.frame, CAMERA3_MSG_ERROR_RESULT);
+            m_callbacks->process_capture_result(m_callbacks, &buffers);
+            Shutter(r.frame, timestampNs);
+            return;
+        }
+        if (special && Is("empty_error_result")) {
+            Shutter(r.frame, timestampNs);
+            Metadata empty(allocate_camera_metadata(0, 0));
+            camera3_capture_result_t metadata{};
+            metadata.frame_number = r.frame;
+            metadata.result = empty.get();
+            metadata.partial_result = 1;
+            m_callbacks->process_capture_result(m_callbacks, &metadata);
+            Error(r.frame, CAMERA3_MSG_ERROR_RESULT);
+            m_callbacks->process_capture_result(m_callbacks, &buffers);
+            return;
         }
         m_callbacks->process_capture_result(m_callbacks, &buffers);
 
@@ -443,6 +610,7 @@ private:
         bool aeOn =
             find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
         Put<int64_t>(result, ANDROID_SENSOR_TIMESTAMP, {ts});
+        Put<int32_t>(result, ANDROID_SENSOR_TEST_PATTERN_MODE, {r.pattern});
         Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE, {uint8_t(aeOn ? 2 : 0)});  // CONVERGED / INACTIVE
         Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});              // fixed focus: OFF whatever was asked
         Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});             // INACTIVE
@@ -454,18 +622,16 @@ private:
         metadata.partial_result = 1;
         m_callbacks->process_capture_result(m_callbacks, &metadata);
 
-        camera3_notify_msg_t shutter{};
-        shutter.type = CAMERA3_MSG_SHUTTER;
-        shutter.message.shutter = {r.frame, timestampNs};
-        m_callbacks->notify(m_callbacks, &shutter);
+        Shutter(r.frame, timestampNs);
+        if (special && Is("error_buffer_late")) Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, r.buffers[0].stream);
         m_lastFrame = r.frame;
     }
 
-    static camera3_device_ops_t kOps;
+    static const camera3_device_ops_t kOps;
 
     camera3_device_t m_device{};
+    camera3_device_ops_t m_ops{};
     const camera3_callback_ops_t* m_callbacks = nullptr;
-    std::string m_rogue;
     std::mutex m_mutex;
     std::condition_variable m_cv;
     std::vector<camera3_stream_t*> m_streams;
@@ -473,11 +639,16 @@ private:
     Metadata m_lastSettings;
     std::deque<Request> m_queue;
     bool m_busy = false, m_stop = false;
-    uint32_t m_lastFrame = 0;  // of the worker
+    // Of the one thread that processes (the worker, or the caller when synchronous).
+    uint32_t m_lastFrame = 0;
+    int64_t m_nextNs = 0;
+    std::atomic<uint32_t> m_sinceConfigure{0};
+    std::vector<int32_t> m_patterns;  // asked, request by request
+    uint64_t m_lastTimestampNs = 0;
     std::thread m_worker;
 };
 
-camera3_device_ops_t Camera::kOps = {
+const camera3_device_ops_t Camera::kOps = {
     [](const camera3_device* d, const camera3_callback_ops_t* c) { return Self(d)->Initialize(c); },
     [](const camera3_device* d, camera3_stream_configuration_t* s) { return Self(d)->Configure(s); },
     nullptr,  // register_stream_buffers: gone since 3.2
@@ -493,8 +664,9 @@ camera3_device_ops_t Camera::kOps = {
 };
 
 int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
-    if (id != nullptr && strcmp(id, "0") != 0 && Rogue() == "crash_bad_id") Crash();
-    if (id == nullptr || device == nullptr || strcmp(id, "0") != 0) return -EINVAL;
+    if (id != nullptr && strcmp(id, "0") != 0 && Is("crash_bad_id")) Crash();
+    if (id == nullptr || device == nullptr) return -EINVAL;
+    if (Is("atoi_ids") ? atoi(id) != 0 : strcmp(id, "0") != 0) return -EINVAL;
     std::lock_guard<std::mutex> lock(g_openMutex);
     if (g_open) return -EUSERS;
     g_open = true;
@@ -504,18 +676,29 @@ int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
 
 hw_module_methods_t g_methods = {Open};
 
+// No vendor tags: an empty table, or the ops left as they were (what
+// camera_common.h prescribes for a module without vendor tags).
+void GetVendorTagOps(vendor_tag_ops_t* ops) {
+    if (Is("vendor_unchanged")) return;
+    ops->get_tag_count = [](const vendor_tag_ops_t*) { return 0; };
+    ops->get_all_tags = [](const vendor_tag_ops_t*, uint32_t*) {};
+    ops->get_section_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
+    ops->get_tag_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
+    ops->get_tag_type = [](const vendor_tag_ops_t*, uint32_t) { return -1; };
+}
+
 int CameraInfo(int id, camera_info* info) {
     if (id != 0 || info == nullptr) return -EINVAL;
     *info = camera_info{};
-    info->facing = CAMERA_FACING_BACK;
+    info->facing = Is("external") ? CAMERA_FACING_EXTERNAL : CAMERA_FACING_BACK;
     info->orientation = 90;
     info->device_version = CAMERA_DEVICE_API_VERSION_3_5;
     info->static_camera_characteristics = StaticInfo();
-    if (Rogue() == "lying_static") {
+    if (Is("lying_static")) {
         static const camera_metadata_t* cutShort = CutShortStaticInfo();
         info->static_camera_characteristics = cutShort;
     }
-    if (Rogue() == "garbage_static") {
+    if (Is("garbage_static")) {
         static void* unreadable = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         info->static_camera_characteristics = static_cast<const camera_metadata_t*>(unreadable);
     }
@@ -536,16 +719,16 @@ __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
      &g_methods,
      nullptr,
      {}},
-    [] { return Rogue() == "huge_count" ? 1 << 30 : 1; },
+    [] { return Is("huge_count") ? 1 << 30 : 1; },
     CameraInfo,
     [](const camera_module_callbacks_t*) { return 0; },
-    [](vendor_tag_ops_t*) {},  // no vendor tags: every entry stays empty
-    nullptr,                   // open_legacy
+    GetVendorTagOps,
+    nullptr,  // open_legacy
     [](const char*, bool) { return -ENOSYS; },
     nullptr,  // set_torch_mode_strength
     [] {
-        if (Rogue() == "crash_init") Crash();
-        if (Rogue() == "spoof_output") Spoof("camera_module_t::init");
+        if (Is("crash_init")) Crash();
+        if (Is("spoof_output")) Spoof("camera_module_t::init");
         return 0;
     },
     nullptr,
