@@ -15,7 +15,7 @@
 namespace zelkov_fuzz {
 
 inline void CheckRecordingReader(const uint8_t* bytes, size_t size) {
-    hal3_check::Recording read;
+    hal3_check::RecordingFile read;
     const std::string err = hal3_check::ParseRecording(bytes, size, &read);
     if (!err.empty()) {
         ZEL_FUZZ_CHECK(err.find('\n') == std::string::npos);
@@ -27,7 +27,7 @@ inline void CheckRecordingReader(const uint8_t* bytes, size_t size) {
         const std::vector<uint8_t> record = hal3_check::EncodeRecord(r);
         again.insert(again.end(), record.begin(), record.end());
     }
-    hal3_check::Recording reread;
+    hal3_check::RecordingFile reread;
     ZEL_FUZZ_CHECK(hal3_check::ParseRecording(again.data(), again.size(), &reread).empty());
     ZEL_FUZZ_CHECK(!reread.cut && reread.records.size() == read.records.size());
     for (size_t i = 0; i < read.records.size(); ++i)
