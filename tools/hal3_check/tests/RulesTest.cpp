@@ -113,43 +113,6 @@ TEST(RulesTable, FindingsCrossProcessesIntact) {
     EXPECT_EQ(Text(cases[0]), "[rule buffer-fifo] frame 7: buffer came back  after frame 8's");
 }
 
-// Rows whose emitting code or violating run is another engineer's work in
-// progress (scenarios, connectors, the plain module's rogue modes); each
-// leaves this list once its run lands.
-const std::set<std::string> kPending = {
-    "buffer-alloc",
-    "buffer-lock",
-    "buffer-management",
-    "callback-during-close",
-    "close",
-    "configure",
-    "configure-invalid",
-    "configure-max-buffers",
-    "configure-stream-changed",
-    "configure-usage",
-    "flush",
-    "flush-drains",
-    "flush-time",
-    "flush-time-target",
-    "initialize",
-    "jpeg-blob",
-    "jpeg-decode",
-    "module-callbacks",
-    "module-init",
-    "module-record",
-    "open",
-    "open-bad-id",
-    "open-twice",
-    "request",
-    "request-invalid",
-    "stale-frame",
-    "static-yuv",
-    "test-pattern",
-    "3a-converge",
-    "frame-rate",
-    "vendor-tags",
-};
-
 // Every row is emitted by the tool, broken by a test case and shown legal
 // by one: a twin in ResultCheckerTest's tables, or, for a rule the scenarios
 // emit, the full run against the plain module, which must pass.
@@ -183,15 +146,11 @@ TEST(RulesTable, EveryRowIsEmittedBrokenAndPassed) {
     size_t rows = 0;
     for (const Rule& r : AllRules()) {
         ++rows;
-        const bool pending = kPending.count(r.id) > 0;
         bool covered = emitted.count(r.id) && broken.count(r.id) &&
                        (legal.count(r.id) || (plainRunPasses && scenarioEmitted.count(r.id)));
-        if (pending)
-            EXPECT_FALSE(covered) << r.id << " is covered now: take it out of kPending";
-        else
-            EXPECT_TRUE(covered) << r.id << (emitted.count(r.id) ? "" : " is emitted nowhere")
-                                 << (broken.count(r.id) ? "" : " has no violating case")
-                                 << (legal.count(r.id) || scenarioEmitted.count(r.id) ? "" : " has no legal twin");
+        EXPECT_TRUE(covered) << r.id << (emitted.count(r.id) ? "" : " is emitted nowhere")
+                             << (broken.count(r.id) ? "" : " has no violating case")
+                             << (legal.count(r.id) || scenarioEmitted.count(r.id) ? "" : " has no legal twin");
     }
     // The scans themselves work.
     EXPECT_GT(broken.size(), rows / 2);
