@@ -67,6 +67,8 @@
 //   ae_searching   AE never leaves SEARCHING
 //   slow_rate      a LIMITED camera at half its advertised fixed rate
 //   jpeg_no_soi, jpeg_wrong_size  the JPEG lacks its SOI, or is half the stream's size
+//   stale_counter  declares the core's com.zelkov.sim.frameCounter, so is held to its frame
+//                  strip too (the dark top row reads as frame 0); frame 3's counter says 2
 #include <hardware/camera3.h>
 #include <system/camera_metadata.h>
 #include <ui/GraphicBufferMapper.h>
@@ -106,6 +108,7 @@ constexpr uint32_t kRogueFrame = 3;
 const int32_t kSizes[][2] = {{640, 480}, {320, 240}};
 
 constexpr int32_t kPatternLatency = 2;
+constexpr uint32_t kCounterTag = VENDOR_SECTION_START;  // stale_counter's one vendor tag
 
 const std::string& Mode() {
     static const std::string mode = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
@@ -226,6 +229,7 @@ Metadata Characteristics() {
     Metadata defaults = Defaults(CAMERA3_TEMPLATE_PREVIEW);
     std::vector<int32_t> requestKeys = Tags(defaults.get()), resultKeys = requestKeys;
     for (uint32_t tag : kResultOnlyTags) resultKeys.push_back(int32_t(tag));
+    if (Is("stale_counter")) resultKeys.push_back(int32_t(kCounterTag));
     Put(m, ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS, requestKeys.data(), requestKeys.size());
     Put(m, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS, resultKeys.data(), resultKeys.size());
     std::vector<int32_t> keys = Tags(m.get());
@@ -653,6 +657,7 @@ private:
         Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});      // INACTIVE
         Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});     // CONVERGED
         Put<uint8_t>(result, ANDROID_REQUEST_PIPELINE_DEPTH, {uint8_t(kMaxBuffers)});
+        if (Is("stale_counter")) Put<int64_t>(result, kCounterTag, {int64_t(r.frame) - special});
         camera3_capture_result_t metadata{};
         metadata.frame_number = r.frame;
         metadata.result = result.get();
@@ -713,16 +718,22 @@ int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
 
 hw_module_methods_t g_methods = {Is("no_open") ? nullptr : Open};
 
-// No vendor tags: an empty table, or the ops left as they were (what
-// camera_common.h prescribes for a module without vendor tags).
+// No vendor tags (an empty table, or the ops left as they were, which
+// camera_common.h prescribes for a module without them), or stale_counter's one.
 void GetVendorTagOps(vendor_tag_ops_t* ops) {
     if (Is("vendor_unchanged")) return;
-    ops->get_tag_count = [](const vendor_tag_ops_t*) { return 0; };
+    ops->get_tag_count = [](const vendor_tag_ops_t*) { return int(Is("stale_counter")); };
     if (Is("vendor_partial")) return;
-    ops->get_all_tags = [](const vendor_tag_ops_t*, uint32_t*) {};
-    ops->get_section_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
-    ops->get_tag_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
-    ops->get_tag_type = [](const vendor_tag_ops_t*, uint32_t) { return -1; };
+    ops->get_all_tags = [](const vendor_tag_ops_t*, uint32_t* tags) {
+        if (Is("stale_counter")) tags[0] = kCounterTag;
+    };
+    ops->get_section_name = [](const vendor_tag_ops_t*, uint32_t tag) -> const char* {
+        return tag == kCounterTag ? "com.zelkov.sim" : nullptr;
+    };
+    ops->get_tag_name = [](const vendor_tag_ops_t*, uint32_t tag) -> const char* {
+        return tag == kCounterTag ? "frameCounter" : nullptr;
+    };
+    ops->get_tag_type = [](const vendor_tag_ops_t*, uint32_t tag) { return tag == kCounterTag ? TYPE_INT64 : -1; };
 }
 
 int CameraInfo(int id, camera_info* info) {
