@@ -13,5 +13,11 @@ echo
 echo "=== hal3_check: the camera framework's road through the simulated camera core"
 out=build/host-release/hal3_check_out
 rm -rf "$out"
-build/host-release/tools/hal3_check/hal3_check --out="$out" | grep -E '^hal3_check: |\[rule '
-exit "${PIPESTATUS[0]}"
+build/host-release/tools/hal3_check/hal3_check --out="$out" --record="$out/run.h3r" | grep -E '^hal3_check: |\[rule '
+rc=${PIPESTATUS[0]}
+echo
+echo "=== hal3_check --replay: the run checked again from its recording, as one recorded on a device would be"
+build/host-release/tools/hal3_check/hal3_check --replay="$out/run.h3r" --out="$out/replay" | grep -E '^hal3_check: replayed|\[rule '
+timeline=$(ls -S "$out"/replay/timeline_*.json | head -n 1)
+echo "timeline of the busiest session (open in ui.perfetto.dev or chrome://tracing): $timeline"
+exit "$rc"

@@ -2,6 +2,7 @@
 
 #include "Metadata.h"
 #include "ModuleConnector.h"
+#include "RecordingDevice.h"
 #include "Watchdog.h"
 
 #include <cerrno>
@@ -113,7 +114,10 @@ int DeviceConnector::Open(const hw_module_t* m, const std::string& id) {
     std::optional<Finding> refusal;
     {
         CallMark mark(HalCall::kOpen);  // reading the record it returned belongs to open
+        RecordingWriter* recording = LiveWriter();
+        uint32_t session = recording ? RecordOpenCall(recording, id.c_str()) : 0;
         rc = m->methods->open(m, id.c_str(), &common);
+        if (recording) common = RecordOpenReturn(recording, session, rc, common, m);
         if (rc != 0) return rc;
         m_device = reinterpret_cast<camera3_device_t*>(common);
         refusal = Refusal(id);

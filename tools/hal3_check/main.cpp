@@ -3,7 +3,9 @@
 #include "Isolation.h"
 #include "ModuleConnector.h"
 #include "Options.h"
+#include "Replay.h"
 #include "Report.h"
+#include "Timeline.h"
 
 #include <gtest/gtest.h>
 
@@ -32,6 +34,8 @@ const char kUsage[] =
     "                           call into the module may take max(5000, 2 x this)\n"
     "  --rate-tolerance=<pct>   recording frame intervals may be off by this much (default: 20)\n"
     "  --no-dump                write no frame pictures\n"
+    "  --record=<file>          also keep every scenario's calls and callbacks in <file>\n"
+    "  --replay=<file>          check a recording (camera.hal3_record.so, --record) instead of a module\n"
     "  --help                   this text, then GoogleTest's own flags (--gtest_filter,\n"
     "                           --gtest_repeat, --gtest_output=xml:<file>, ...)\n"
     "Environment: HAL3_CHECK_TIME_SCALE=<x> multiplies camera3.h's per-call time limits\n"
@@ -56,6 +60,8 @@ bool Number(const std::string& arg, const char* name, long min, long max, int* o
     return true;
 }
 
+std::string g_record, g_replay;
+
 // Takes this tool's options out of argv; gtest sees the rest.
 bool ParseOptions(int* argc, char** argv, bool* help) {
     hal3_check::Options& o = hal3_check::options();
@@ -76,6 +82,8 @@ bool ParseOptions(int* argc, char** argv, bool* help) {
             ok = Number(a, "--stall-ms=", 1, INT_MAX / 2, &o.stallMs);
         else if (starts("--rate-tolerance="))
             ok = Number(a, "--rate-tolerance=", 0, 100000, &o.rateTolerancePct);
+        else if (starts("--record=") || starts("--replay="))
+            (starts("--record=") ? g_record : g_replay) = a.substr(9);
         else if (a == "--no-dump")
             o.dumpFrames = false;
         else if (a == "--help" || a == "-h" || a == "-?") {
@@ -103,6 +111,11 @@ int main(int argc, char** argv) {
         return 0;
     }
     const hal3_check::Options& o = hal3_check::options();
+    if (!g_replay.empty()) {
+        hal3_check::Report::Get().Open(o.out);
+        ::testing::InitGoogleTest(&argc, argv);
+        return hal3_check::RunReplay(g_replay, o.stallMs);
+    }
     // The module is loaded only in children: this process stays free of it.
     std::string err;
     std::vector<std::string> warnings;
@@ -137,6 +150,7 @@ int main(int argc, char** argv) {
         hal3_check::ReportModuleFailure(err);
     } else {
         hal3_check::IsolateScenarios();
+        hal3_check::RecordScenarios(g_record);
         int ignored = RUN_ALL_TESTS();  // every scenario is skipped here: the verdict has their results
         (void)ignored;
     }
