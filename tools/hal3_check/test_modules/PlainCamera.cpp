@@ -581,6 +581,14 @@ private:
         m.message.error = {frame, stream, code};
         Notify(m);
     }
+    // The frame's one partial result.
+    void SendMetadata(uint32_t frame, const camera_metadata_t* result) {
+        camera3_capture_result_t metadata{};
+        metadata.frame_number = frame;
+        metadata.result = result;
+        metadata.partial_result = 1;
+        m_callbacks->process_capture_result(m_callbacks, &metadata);
+    }
 
     // Buffers first, then the one partial, then the shutter: all legal from API
     // 3.2 on. Frame 3 of an error mode takes its own order.
@@ -633,11 +641,7 @@ private:
         if (special && Is("empty_error_result")) {
             Shutter(r.frame, timestampNs);
             Metadata empty(allocate_camera_metadata(0, 0));
-            camera3_capture_result_t metadata{};
-            metadata.frame_number = r.frame;
-            metadata.result = empty.get();
-            metadata.partial_result = 1;
-            m_callbacks->process_capture_result(m_callbacks, &metadata);
+            SendMetadata(r.frame, empty.get());
             Error(r.frame, CAMERA3_MSG_ERROR_RESULT);
             m_callbacks->process_capture_result(m_callbacks, &buffers);
             return;
@@ -658,11 +662,7 @@ private:
         Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});     // CONVERGED
         Put<uint8_t>(result, ANDROID_REQUEST_PIPELINE_DEPTH, {uint8_t(kMaxBuffers)});
         if (Is("stale_counter")) Put<int64_t>(result, kCounterTag, {int64_t(r.frame) - special});
-        camera3_capture_result_t metadata{};
-        metadata.frame_number = r.frame;
-        metadata.result = result.get();
-        metadata.partial_result = 1;
-        m_callbacks->process_capture_result(m_callbacks, &metadata);
+        SendMetadata(r.frame, result.get());
 
         Shutter(r.frame, timestampNs);
         if (special && Is("error_buffer_late")) Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, r.buffers[0].stream);
