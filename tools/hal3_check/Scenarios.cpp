@@ -120,7 +120,9 @@ bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
             {RuleId::kConfigure, kNoFrame, "a supported configuration was refused: " + std::to_string(rc)});
     ReportFailures(failures);
     m_framesFixture->ResetSettings();
-    return rc == 0 && failures.empty();
+    // A should-finding (a usage heuristic, a changed size) leaves the streams usable.
+    return rc == 0 &&
+           std::none_of(failures.begin(), failures.end(), [](const Finding& f) { return LevelOf(f) == Level::kMust; });
 }
 
 MetadataPtr CameraScenario::Settings(int templateType) {

@@ -143,6 +143,7 @@ int main(int argc, char** argv) {
     });
     hal3_check::ModuleConnector::Get().SetNumberOfCameras(std::max(cameras, 0));
     hal3_check::Report::Get().Open(o.out);
+    for (const auto& w : warnings) hal3_check::Report::Get().Trace("[module] WARN " + w);
     // Cameras are enumerated while gtest registers the scenarios.
     ::testing::InitGoogleTest(&argc, argv);
     if (moduleFailed) {

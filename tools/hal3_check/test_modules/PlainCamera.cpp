@@ -47,6 +47,28 @@
 //   spoof_output   prints the checker's "[rule ...]" and summary lines on stdout
 //   slow_initialize initialize takes 50 ms
 //   crash_worker   the worker thread ("plain-worker") dies of SIGSEGV
+//   no_open        the module record has no open method
+//   init_fails, callbacks_fail  camera_module_t::init or set_callbacks fails
+//   vendor_partial get_vendor_tag_ops fills get_tag_count only (a warning only)
+//   refuse_open, initialize_fails, refuse_configure  open, initialize or configure_streams fails
+//   any_id         every id opens camera 0 (a warning only: a probe the service never sends)
+//   open_twice     a second open of the open camera succeeds (a warning only, likewise)
+//   accept_invalid_config   configurations of unknown sizes and formats are taken (a warning only)
+//   accept_invalid_request  a buffer of an unconfigured stream is taken (a warning only)
+//   zero_max_buffers, no_usage, bad_usage  streams get max_buffers 0, no usage (a warning
+//                  only), or a usage bit gralloc refuses
+//   resize_stream  YUV streams come back at half width (a warning only)
+//   buffer_calls   a device API 3.6 without HAL buffer management calls return_stream_buffers
+//   refuse_request process_capture_request refuses frame 3
+//   flush_fails, close_fails  flush or close returns -EIO (close: a warning only)
+//   slow_flush, very_slow_flush  flush takes 200 or 1200 ms (warnings only)
+//   no_yuv         no YUV_420_888 output is listed
+//   bars_ignored   COLOR_BARS is listed, but neither drawn nor echoed
+//   ae_searching   AE never leaves SEARCHING
+//   slow_rate      a LIMITED camera at half its advertised fixed rate
+//   jpeg_no_soi, jpeg_wrong_size  the JPEG lacks its SOI, or is half the stream's size
+//   stale_counter  declares the core's com.zelkov.sim.frameCounter, so is held to its frame
+//                  strip too (the dark top row reads as frame 0); frame 3's counter says 2
 #include <hardware/camera3.h>
 #include <system/camera_metadata.h>
 #include <ui/GraphicBufferMapper.h>
@@ -86,6 +108,7 @@ constexpr uint32_t kRogueFrame = 3;
 const int32_t kSizes[][2] = {{640, 480}, {320, 240}};
 
 constexpr int32_t kPatternLatency = 2;
+constexpr uint32_t kCounterTag = VENDOR_SECTION_START;  // stale_counter's one vendor tag
 
 const std::string& Mode() {
     static const std::string mode = getenv("PLAIN_CAMERA_ROGUE") ? getenv("PLAIN_CAMERA_ROGUE") : "";
@@ -173,7 +196,7 @@ Metadata Characteristics() {
     std::vector<int64_t> minFrame, stall;
     for (int format : {kYuv, kPrivate, kBlob})
         for (const auto& s : kSizes) {
-            if (format == kBlob && s[0] != kSizes[0][0]) continue;
+            if ((format == kBlob && s[0] != kSizes[0][0]) || (format == kYuv && Is("no_yuv"))) continue;
             configs.insert(configs.end(), {format, s[0], s[1], 0 /* OUTPUT */});
             minFrame.insert(minFrame.end(), {format, s[0], s[1], kFrameNs});
             if (format == kBlob || !Is("blob_stall_only"))
@@ -189,7 +212,7 @@ Metadata Characteristics() {
     Put<int32_t>(m, ANDROID_SENSOR_INFO_ACTIVE_ARRAY_SIZE, {0, 0, ArrayWidth(), kSizes[0][1]});
     Put<int32_t>(m, ANDROID_SENSOR_INFO_PIXEL_ARRAY_SIZE, {ArrayWidth(), kSizes[0][1]});
     Put<int32_t>(m, ANDROID_SENSOR_ORIENTATION, {90});
-    if (Is("color_bars"))
+    if (Is("color_bars") || Is("bars_ignored"))
         Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0, ANDROID_SENSOR_TEST_PATTERN_MODE_COLOR_BARS});
     else
         Put<int32_t>(m, ANDROID_SENSOR_AVAILABLE_TEST_PATTERN_MODES, {0});
@@ -206,6 +229,7 @@ Metadata Characteristics() {
     Metadata defaults = Defaults(CAMERA3_TEMPLATE_PREVIEW);
     std::vector<int32_t> requestKeys = Tags(defaults.get()), resultKeys = requestKeys;
     for (uint32_t tag : kResultOnlyTags) resultKeys.push_back(int32_t(tag));
+    if (Is("stale_counter")) resultKeys.push_back(int32_t(kCounterTag));
     Put(m, ANDROID_REQUEST_AVAILABLE_REQUEST_KEYS, requestKeys.data(), requestKeys.size());
     Put(m, ANDROID_REQUEST_AVAILABLE_RESULT_KEYS, resultKeys.data(), resultKeys.size());
     std::vector<int32_t> keys = Tags(m.get());
@@ -265,6 +289,7 @@ void DrawYuv(buffer_handle_t handle, uint32_t width, uint32_t height, bool bars)
 
 // A JPEG of the same picture, then the camera3 blob trailer at the buffer's end.
 void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
+    const uint32_t scale = Is("jpeg_wrong_size") ? 2 : 1;
     jpeg_compress_struct c{};
     jpeg_error_mgr err{};
     c.err = jpeg_std_error(&err);
@@ -272,17 +297,17 @@ void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
     unsigned char* out = nullptr;
     unsigned long size = 0;
     jpeg_mem_dest(&c, &out, &size);
-    c.image_width = width;
-    c.image_height = height;
+    c.image_width = width / scale;
+    c.image_height = height / scale;
     c.input_components = 3;
     c.in_color_space = JCS_YCbCr;
     jpeg_set_defaults(&c);
     jpeg_set_quality(&c, 90, TRUE);
     jpeg_start_compress(&c, TRUE);
     std::vector<uint8_t> row(size_t(width) * 3);
-    while (c.next_scanline < height) {
-        for (uint32_t x = 0; x < width; ++x) {
-            row[x * 3] = Luma(x, c.next_scanline, width);
+    while (c.next_scanline < c.image_height) {
+        for (uint32_t x = 0; x < c.image_width; ++x) {
+            row[x * 3] = Luma(x, c.next_scanline, c.image_width);
             row[x * 3 + 1] = row[x * 3 + 2] = 128;
         }
         JSAMPROW r = row.data();
@@ -296,6 +321,7 @@ void DrawJpeg(buffer_handle_t handle, uint32_t width, uint32_t height) {
     if (mapper.getWidth(handle, &bytes) == 0 && bytes >= size + sizeof(camera3_jpeg_blob_t) &&
         mapper.lock(handle, uint32_t(kProducerUsage), android::Rect(int(bytes), 1), &data) == 0) {
         memcpy(data, out, size);
+        if (Is("jpeg_no_soi")) static_cast<uint8_t*>(data)[0] = 0;
         camera3_jpeg_blob_t trailer{CAMERA3_JPEG_BLOB_ID, uint32_t(size)};
         size_t at = Is("jpeg_trailer_after_data") ? size : bytes - sizeof trailer;
         memcpy(static_cast<uint8_t*>(data) + at, &trailer, sizeof trailer);
@@ -322,6 +348,8 @@ int64_t NowNs() {
         .count();
 }
 
+uint32_t DeviceVersion() { return Is("buffer_calls") ? CAMERA_DEVICE_API_VERSION_3_6 : CAMERA_DEVICE_API_VERSION_3_5; }
+
 std::mutex g_openMutex;
 bool g_open = false;  // one open at a time, as the camera service expects of a camera
 
@@ -347,7 +375,7 @@ class Camera {
 public:
     Camera(const hw_module_t* module) {
         m_device.common.tag = HARDWARE_DEVICE_TAG;
-        m_device.common.version = Is("old_device") ? CAMERA_DEVICE_API_VERSION_3_1 : CAMERA_DEVICE_API_VERSION_3_5;
+        m_device.common.version = Is("old_device") ? CAMERA_DEVICE_API_VERSION_3_1 : DeviceVersion();
         m_device.common.module = const_cast<hw_module_t*>(module);
         m_device.common.close = [](hw_device_t* d) { return Self(reinterpret_cast<camera3_device_t*>(d))->Close(); };
         m_ops = kOps;
@@ -365,6 +393,7 @@ private:
         if (Is("close_fds"))
             for (int fd = 3; fd < 1024; ++fd) close(fd);
         if (Is("slow_initialize")) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (Is("initialize_fails")) return -ENODEV;
         m_callbacks = callbacks;
         if (!Is("sync"))
             m_worker = std::thread([this] {
@@ -375,9 +404,10 @@ private:
     }
 
     int Configure(camera3_stream_configuration_t* config) {
-        if (config == nullptr || config->num_streams == 0 || config->streams == nullptr) return -EINVAL;
+        if (config == nullptr || Is("refuse_configure")) return -EINVAL;
+        if (config->num_streams == 0 || config->streams == nullptr) return Is("accept_invalid_config") ? 0 : -EINVAL;
         int blobs = 0, yuvs = 0;
-        for (uint32_t i = 0; i < config->num_streams; ++i) {
+        for (uint32_t i = 0; i < config->num_streams && !Is("accept_invalid_config"); ++i) {
             const camera3_stream_t* s = config->streams[i];
             if (s == nullptr || s->stream_type != CAMERA3_STREAM_OUTPUT || s->rotation != CAMERA3_STREAM_ROTATION_0)
                 return -EINVAL;
@@ -398,8 +428,9 @@ private:
         m_streams.clear();
         for (uint32_t i = 0; i < config->num_streams; ++i) {
             camera3_stream_t* s = config->streams[i];
-            s->usage = kProducerUsage;  // ours only: the framework adds the consumer's
-            s->max_buffers = kMaxBuffers;
+            s->usage = Is("no_usage") ? 0 : Is("bad_usage") ? kProducerUsage | 1ull << 40 : kProducerUsage;
+            s->max_buffers = Is("zero_max_buffers") ? 0 : kMaxBuffers;
+            if (Is("resize_stream") && s->format == kYuv) s->width /= 2;
             m_streams.push_back(s);
             s->priv = this;  // requests are matched by it, as many modules do
         }
@@ -421,11 +452,14 @@ private:
             for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
         if (r == nullptr || r->num_output_buffers == 0 || r->output_buffers == nullptr) return -EINVAL;
         if (Is("crash_request") && r->frame_number == kRogueFrame) Crash();
+        if (Is("refuse_request") && r->frame_number == kRogueFrame) return -EINVAL;
         if (Is("spoof_output") && r->frame_number == kRogueFrame) Spoof("process_capture_request");
         std::unique_lock<std::mutex> lock(m_mutex);
         if (r->settings == nullptr && !m_lastSettings) return -EINVAL;
         for (uint32_t i = 0; i < r->num_output_buffers; ++i)
-            if (r->output_buffers[i].stream == nullptr || r->output_buffers[i].stream->priv != this) return -EINVAL;
+            if (r->output_buffers[i].stream == nullptr ||
+                (r->output_buffers[i].stream->priv != this && !Is("accept_invalid_request")))
+                return -EINVAL;
         if (r->settings != nullptr) m_lastSettings.reset(clone_camera_metadata(r->settings));
         Request q{r->frame_number,
                   Metadata(clone_camera_metadata(m_lastSettings.get())),
@@ -451,7 +485,10 @@ private:
         if (Is("close_inflight")) return 0;  // the queue still completes, close included
         std::unique_lock<std::mutex> lock(m_mutex);
         m_cv.wait(lock, [&] { return m_queue.empty() && !m_busy; });  // at most kMaxBuffers frame times
-        return 0;
+        std::this_thread::sleep_for(std::chrono::milliseconds(Is("slow_flush")        ? 200
+                                                              : Is("very_slow_flush") ? 1200
+                                                                                      : 0));
+        return Is("flush_fails") ? -EIO : 0;
     }
 
     int Close() {
@@ -483,7 +520,7 @@ private:
         delete this;
         std::lock_guard<std::mutex> lock(g_openMutex);
         g_open = false;
-        return 0;
+        return Is("close_fails") ? -EIO : 0;
     }
 
     void Work() {
@@ -506,7 +543,8 @@ private:
 
     // One frame time after the previous one, then the results.
     void Process(Request& r) {
-        const bool slow = Is("slow_legacy") || (Is("slow_start") && m_sinceConfigure++ < kMaxBuffers);
+        const bool slow =
+            Is("slow_legacy") || Is("slow_rate") || (Is("slow_start") && m_sinceConfigure++ < kMaxBuffers);
         const int64_t step = slow ? 2 * kFrameNs : kFrameNs;
         m_nextNs = std::max(m_nextNs + step, NowNs());
         std::this_thread::sleep_for(std::chrono::nanoseconds(m_nextNs - NowNs()));
@@ -518,7 +556,7 @@ private:
                 ? pattern.data.i32[0]
                 : 0);
         r.pattern = m_patterns.size() > kPatternLatency ? m_patterns[m_patterns.size() - 1 - kPatternLatency] : 0;
-        if (!Is("color_bars")) r.pattern = m_patterns.back();
+        if (!Is("color_bars")) r.pattern = Is("bars_ignored") ? 0 : m_patterns.back();
         if (m_patterns.size() > kPatternLatency) m_patterns.erase(m_patterns.begin());
         camera_metadata_ro_entry_t zsl, intent;
         if (find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_ENABLE_ZSL, &zsl) == 0 &&
@@ -543,11 +581,21 @@ private:
         m.message.error = {frame, stream, code};
         Notify(m);
     }
+    // The frame's one partial result.
+    void SendMetadata(uint32_t frame, const camera_metadata_t* result) {
+        camera3_capture_result_t metadata{};
+        metadata.frame_number = frame;
+        metadata.result = result;
+        metadata.partial_result = 1;
+        m_callbacks->process_capture_result(m_callbacks, &metadata);
+    }
 
     // Buffers first, then the one partial, then the shutter: all legal from API
     // 3.2 on. Frame 3 of an error mode takes its own order.
     void Deliver(Request& r, uint64_t timestampNs) {
         if (Is("crash_worker") && r.frame == kRogueFrame) Crash();
+        if (Is("buffer_calls") && r.frame == kRogueFrame && m_callbacks->return_stream_buffers != nullptr)
+            m_callbacks->return_stream_buffers(m_callbacks, 0, nullptr);
         for (auto& b : r.buffers) {
             b.status = CAMERA3_BUFFER_STATUS_OK;
             if (!Is("ignore_fence") && !WaitFence(b.acquire_fence)) {
@@ -593,11 +641,7 @@ private:
         if (special && Is("empty_error_result")) {
             Shutter(r.frame, timestampNs);
             Metadata empty(allocate_camera_metadata(0, 0));
-            camera3_capture_result_t metadata{};
-            metadata.frame_number = r.frame;
-            metadata.result = empty.get();
-            metadata.partial_result = 1;
-            m_callbacks->process_capture_result(m_callbacks, &metadata);
+            SendMetadata(r.frame, empty.get());
             Error(r.frame, CAMERA3_MSG_ERROR_RESULT);
             m_callbacks->process_capture_result(m_callbacks, &buffers);
             return;
@@ -611,16 +655,14 @@ private:
             find_camera_metadata_ro_entry(r.settings.get(), ANDROID_CONTROL_AE_MODE, &ae) == 0 && ae.data.u8[0] != 0;
         Put<int64_t>(result, ANDROID_SENSOR_TIMESTAMP, {ts});
         Put<int32_t>(result, ANDROID_SENSOR_TEST_PATTERN_MODE, {r.pattern});
-        Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE, {uint8_t(aeOn ? 2 : 0)});  // CONVERGED / INACTIVE
-        Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});              // fixed focus: OFF whatever was asked
-        Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});             // INACTIVE
-        Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});            // CONVERGED
+        Put<uint8_t>(result, ANDROID_CONTROL_AE_STATE,
+                     {uint8_t(aeOn ? (Is("ae_searching") ? 1 : 2) : 0)});  // SEARCHING / CONVERGED / INACTIVE
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_MODE, {uint8_t(0)});       // fixed focus: OFF whatever was asked
+        Put<uint8_t>(result, ANDROID_CONTROL_AF_STATE, {uint8_t(0)});      // INACTIVE
+        Put<uint8_t>(result, ANDROID_CONTROL_AWB_STATE, {uint8_t(2)});     // CONVERGED
         Put<uint8_t>(result, ANDROID_REQUEST_PIPELINE_DEPTH, {uint8_t(kMaxBuffers)});
-        camera3_capture_result_t metadata{};
-        metadata.frame_number = r.frame;
-        metadata.result = result.get();
-        metadata.partial_result = 1;
-        m_callbacks->process_capture_result(m_callbacks, &metadata);
+        if (Is("stale_counter")) Put<int64_t>(result, kCounterTag, {int64_t(r.frame) - special});
+        SendMetadata(r.frame, result.get());
 
         Shutter(r.frame, timestampNs);
         if (special && Is("error_buffer_late")) Error(r.frame, CAMERA3_MSG_ERROR_BUFFER, r.buffers[0].stream);
@@ -666,25 +708,32 @@ const camera3_device_ops_t Camera::kOps = {
 int Open(const hw_module_t* module, const char* id, hw_device_t** device) {
     if (id != nullptr && strcmp(id, "0") != 0 && Is("crash_bad_id")) Crash();
     if (id == nullptr || device == nullptr) return -EINVAL;
-    if (Is("atoi_ids") ? atoi(id) != 0 : strcmp(id, "0") != 0) return -EINVAL;
+    if (Is("refuse_open") || (Is("atoi_ids") ? atoi(id) != 0 : strcmp(id, "0") != 0 && !Is("any_id"))) return -EINVAL;
     std::lock_guard<std::mutex> lock(g_openMutex);
-    if (g_open) return -EUSERS;
+    if (g_open && !Is("open_twice")) return -EUSERS;
     g_open = true;
     *device = &(new Camera(module))->device()->common;
     return 0;
 }
 
-hw_module_methods_t g_methods = {Open};
+hw_module_methods_t g_methods = {Is("no_open") ? nullptr : Open};
 
-// No vendor tags: an empty table, or the ops left as they were (what
-// camera_common.h prescribes for a module without vendor tags).
+// No vendor tags (an empty table, or the ops left as they were, which
+// camera_common.h prescribes for a module without them), or stale_counter's one.
 void GetVendorTagOps(vendor_tag_ops_t* ops) {
     if (Is("vendor_unchanged")) return;
-    ops->get_tag_count = [](const vendor_tag_ops_t*) { return 0; };
-    ops->get_all_tags = [](const vendor_tag_ops_t*, uint32_t*) {};
-    ops->get_section_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
-    ops->get_tag_name = [](const vendor_tag_ops_t*, uint32_t) -> const char* { return nullptr; };
-    ops->get_tag_type = [](const vendor_tag_ops_t*, uint32_t) { return -1; };
+    ops->get_tag_count = [](const vendor_tag_ops_t*) { return int(Is("stale_counter")); };
+    if (Is("vendor_partial")) return;
+    ops->get_all_tags = [](const vendor_tag_ops_t*, uint32_t* tags) {
+        if (Is("stale_counter")) tags[0] = kCounterTag;
+    };
+    ops->get_section_name = [](const vendor_tag_ops_t*, uint32_t tag) -> const char* {
+        return tag == kCounterTag ? "com.zelkov.sim" : nullptr;
+    };
+    ops->get_tag_name = [](const vendor_tag_ops_t*, uint32_t tag) -> const char* {
+        return tag == kCounterTag ? "frameCounter" : nullptr;
+    };
+    ops->get_tag_type = [](const vendor_tag_ops_t*, uint32_t tag) { return tag == kCounterTag ? TYPE_INT64 : -1; };
 }
 
 int CameraInfo(int id, camera_info* info) {
@@ -692,7 +741,7 @@ int CameraInfo(int id, camera_info* info) {
     *info = camera_info{};
     info->facing = Is("external") ? CAMERA_FACING_EXTERNAL : CAMERA_FACING_BACK;
     info->orientation = 90;
-    info->device_version = CAMERA_DEVICE_API_VERSION_3_5;
+    info->device_version = DeviceVersion();
     info->static_camera_characteristics = StaticInfo();
     if (Is("lying_static")) {
         static const camera_metadata_t* cutShort = CutShortStaticInfo();
@@ -721,7 +770,7 @@ __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
      {}},
     [] { return Is("huge_count") ? 1 << 30 : 1; },
     CameraInfo,
-    [](const camera_module_callbacks_t*) { return 0; },
+    [](const camera_module_callbacks_t*) { return Is("callbacks_fail") ? -EINVAL : 0; },
     GetVendorTagOps,
     nullptr,  // open_legacy
     [](const char*, bool) { return -ENOSYS; },
@@ -729,7 +778,7 @@ __attribute__((visibility("default"))) camera_module_t HAL_MODULE_INFO_SYM = {
     [] {
         if (Is("crash_init")) Crash();
         if (Is("spoof_output")) Spoof("camera_module_t::init");
-        return 0;
+        return Is("init_fails") ? -EIO : 0;
     },
     nullptr,
     nullptr,
