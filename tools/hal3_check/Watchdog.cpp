@@ -33,9 +33,12 @@ void CheckDescriptors(const std::string& when) {
     {
         std::lock_guard<std::mutex> lock(g_mutex);
         for (Watched& w : g_watched) {
+            // Once reported, the number may belong to a descriptor of another
+            // thread (a fence being closed): it is looked at no more.
+            if (w.reported) continue;
             struct stat st {};
             bool open = fstat(w.fd, &st) == 0;
-            if (w.reported || (open && st.st_dev == w.dev && st.st_ino == w.ino)) continue;
+            if (open && st.st_dev == w.dev && st.st_ino == w.ino) continue;
             w.reported = true;
             broken.push_back({RuleId::kProcessFds, kNoFrame,
                               when + (open ? " replaced" : " closed") + " descriptor " + std::to_string(w.fd) +
