@@ -108,7 +108,8 @@ void Unreadable(const char* what, int64_t frame) {
 
 }  // namespace
 
-int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<Finding>* failures) {
+int StreamFixture::Configure(const std::vector<StreamSpec>& requested, uint32_t blobBytes,
+                             std::vector<Finding>* failures) {
     // The device may still look at the old records during the call, and
     // after a refusal until a configuration succeeds (they stay "active").
     std::vector<std::unique_ptr<camera3_stream_t>> old = std::move(m_streams);
@@ -118,7 +119,7 @@ int StreamFixture::Configure(const std::vector<StreamSpec>& specs, uint32_t blob
     m_pools.clear();
     const uint32_t version = m_device->version();
     std::vector<camera3_stream_t*> list;
-    for (const auto& s : specs) {
+    for (const auto& s : requested) {
         std::unique_ptr<camera3_stream_t> stream;
         for (size_t i = 0; i < old.size() && stream == nullptr; ++i)
             if (old[i] != nullptr && SameSpec(oldSpecs[i], s)) stream = std::move(old[i]);

@@ -58,7 +58,7 @@ public:
     // consumer's. Failures go to `failures`. As the camera service does, a
     // stream configured again keeps its record, and the records of earlier
     // configurations stay valid until a configuration succeeds.
-    int Configure(const std::vector<StreamSpec>& specs, uint32_t blobBytes, std::vector<Finding>* failures);
+    int Configure(const std::vector<StreamSpec>& requested, uint32_t blobBytes, std::vector<Finding>* failures);
     // CPU read on every stream's buffers, not only where the consumer reads
     // (for a module whose pictures carry their frame number). Before Configure.
     void ReadEveryStream(bool on) { m_readEvery = on; }

@@ -271,6 +271,24 @@ RecordedFence CaptureFence(int fd) {
     return {fcntl(fd, F_GETFD) == -1 ? FenceState::kBad : FenceState::kOpen, fd};
 }
 
+// Modules close descriptors they did not open (loops from 3 to 1023 at
+// initialize are common); the writer thread must not be left writing into
+// whatever reuses its number, so its descriptor moves above that range when
+// the process's limit allows (raised to the hard limit if need be).
+int AboveModuleRange(int fd) {
+    constexpr int kFirstSafe = 1024;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur <= rlim_t(kFirstSafe) &&
+        limit.rlim_max > rlim_t(kFirstSafe)) {
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2 * kFirstSafe);
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    const int high = fcntl(fd, F_DUPFD_CLOEXEC, kFirstSafe);
+    if (high < 0) return fd;
+    close(fd);
+    return high;
+}
+
 }  // namespace
 
 const char* CallName(CallId call) {
@@ -361,28 +379,6 @@ std::string LoadRecording(const std::string& path, RecordingFile* out) {
 }
 
 RecordingWriter::~RecordingWriter() { Close(); }
-
-namespace {
-
-// Modules close descriptors they did not open (loops from 3 to 1023 at
-// initialize are common); the writer thread must not be left writing into
-// whatever reuses its number, so its descriptor moves above that range when
-// the process's limit allows (raised to the hard limit if need be).
-int AboveModuleRange(int fd) {
-    constexpr int kFirstSafe = 1024;
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur <= rlim_t(kFirstSafe) &&
-        limit.rlim_max > rlim_t(kFirstSafe)) {
-        limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2 * kFirstSafe);
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-    const int high = fcntl(fd, F_DUPFD_CLOEXEC, kFirstSafe);
-    if (high < 0) return fd;
-    close(fd);
-    return high;
-}
-
-}  // namespace
 
 std::string RecordingWriter::Open(const std::string& path) {
     m_fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);

@@ -110,9 +110,9 @@ void CameraScenario::Open() {
     m_framesFixture->DecodeFrameNumbers(m_frameCounterTag != 0);
 }
 
-bool CameraScenario::Configure(const std::vector<StreamSpec>& specs) {
+bool CameraScenario::Configure(const std::vector<StreamSpec>& requested) {
     std::vector<Finding> failures;
-    int rc = m_streams->Configure(specs, m_blobBytes, &failures);
+    int rc = m_streams->Configure(requested, m_blobBytes, &failures);
     if (rc == -ENODEV)
         m_checker->DeviceLost("configure_streams");
     else if (rc != 0)
@@ -290,25 +290,27 @@ std::vector<std::vector<StreamSpec>> CameraScenario::MandatoryCombinations() con
     std::vector<std::vector<StreamSpec>> out;
     for (const Table* table : tables)
         for (const auto& combination : *table) {
-            std::vector<StreamSpec> specs;
+            std::vector<StreamSpec> requested;
             int privs = 0;
             for (const Stream& s : combination) {
                 // The consumer an app would give: display and GPU for PRIV, ImageReader for YUV and JPEG.
                 uint64_t consumer = s.format != P ? kConsumerApp : privs++ == 0 ? kConsumerDisplay : kConsumerVideo;
-                StreamSpec spec = s.size == kVga       ? Largest(s.format, consumer, 640, 480)
-                                  : s.size == kPreview ? Largest(s.format, consumer, 1920, 1080)
-                                                       : Largest(s.format, consumer);
-                if (spec.width == 0) break;  // nothing that small: the combination does not apply
-                specs.push_back(spec);
+                StreamSpec stream = s.size == kVga       ? Largest(s.format, consumer, 640, 480)
+                                    : s.size == kPreview ? Largest(s.format, consumer, 1920, 1080)
+                                                         : Largest(s.format, consumer);
+                if (stream.width == 0) break;  // nothing that small: the combination does not apply
+                requested.push_back(stream);
             }
             auto same = [&](const std::vector<StreamSpec>& o) {
-                return std::equal(o.begin(), o.end(), specs.begin(), specs.end(), [](const auto& a, const auto& b) {
-                    return a.format == b.format && a.width == b.width && a.height == b.height &&
-                           a.consumerUsage == b.consumerUsage;
-                });
+                return std::equal(o.begin(), o.end(), requested.begin(), requested.end(),
+                                  [](const auto& a, const auto& b) {
+                                      return a.format == b.format && a.width == b.width && a.height == b.height &&
+                                             a.consumerUsage == b.consumerUsage;
+                                  });
             };
             // RECORD taken as PREVIEW makes some combinations of a higher level repeat a lower one's.
-            if (specs.size() == combination.size() && std::none_of(out.begin(), out.end(), same)) out.push_back(specs);
+            if (requested.size() == combination.size() && std::none_of(out.begin(), out.end(), same))
+                out.push_back(requested);
         }
     return out;
 }

@@ -38,8 +38,8 @@ protected:
 
     // Opens and initializes the device with a fresh checker and fixtures.
     void Open();
-    // Configures `specs`; false (with a failure) when the device refuses.
-    bool Configure(const std::vector<StreamSpec>& specs);
+    // Configures `requested`; false (with a failure) when the device refuses.
+    bool Configure(const std::vector<StreamSpec>& requested);
     // The default settings of a template, as a copy the scenario may change.
     MetadataPtr Settings(int templateType);
     // Submits `count` requests on `streams`, the last one's pictures dumped
@@ -70,7 +70,7 @@ protected:
     // stream for `consumer`; width 0 when there is none.
     StreamSpec Largest(int format, uint64_t consumer, uint32_t maxWidth = 0, uint32_t maxHeight = 0) const;
     // The stream combinations the camera's hardware level guarantees
-    // (MandatoryStreamCombination's tables, outputs only), each as specs.
+    // (MandatoryStreamCombination's tables, outputs only), each a list of streams.
     std::vector<std::vector<StreamSpec>> MandatoryCombinations() const;
     // Output sizes of `format` the camera advertises, largest first.
     std::vector<StreamConfig> Sizes(int format) const { return m_staticInfo->Outputs(format); }

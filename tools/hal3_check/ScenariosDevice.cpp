@@ -65,7 +65,7 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     uint32_t w = uint32_t(sizes[0].width), h = uint32_t(sizes[0].height);
     struct Case {
         const char* what;
-        std::vector<StreamSpec> specs;
+        std::vector<StreamSpec> requested;
     };
     std::vector<Case> cases = {
         {"no streams", {}},
@@ -77,7 +77,7 @@ TEST_P(InvalidConfiguration, IsRefusedWithEinval) {
     if (m_version >= CAMERA_DEVICE_API_VERSION_3_3) cases.push_back({"bad rotation", {{kYuv, w, h, kConsumerApp, 7}}});
     auto probe = [&](const Case& c) {
         std::vector<Finding> ignored;  // of a configuration taken against the rule
-        int rc = m_streams->Configure(c.specs, m_blobBytes, &ignored);
+        int rc = m_streams->Configure(c.requested, m_blobBytes, &ignored);
         if (rc == -ENODEV) m_checker->DeviceLost("configure_streams");
         if (rc != -EINVAL && rc != -ENODEV)
             Record({RuleId::kConfigureInvalid, kNoFrame, std::string(c.what) + ": " + std::to_string(rc)});

@@ -45,20 +45,20 @@ TEST_P(StreamCombinations, OfTheHardwareLevel) {
     ASSERT_NO_FATAL_FAILURE(Open());
     MetadataPtr s = Settings(CAMERA3_TEMPLATE_PREVIEW);
     int streamed = 0;
-    for (const auto& specs : MandatoryCombinations()) {
+    for (const auto& requested : MandatoryCombinations()) {
         std::string names;
-        for (const auto& spec : specs)
-            names += " " + std::to_string(spec.format) + ":" + std::to_string(spec.width) + "x" +
-                     std::to_string(spec.height);
+        for (const auto& stream : requested)
+            names += " " + std::to_string(stream.format) + ":" + std::to_string(stream.width) + "x" +
+                     std::to_string(stream.height);
         Report::Get().Trace("combination" + names);
-        if (!Configure(specs)) {
+        if (!Configure(requested)) {
             if (Lost()) return;
             continue;
         }
         std::vector<size_t> all, repeating;
-        for (size_t i = 0; i < specs.size(); ++i) {
+        for (size_t i = 0; i < requested.size(); ++i) {
             all.push_back(i);
-            if (specs[i].format != HAL_PIXEL_FORMAT_BLOB) repeating.push_back(i);
+            if (requested[i].format != HAL_PIXEL_FORMAT_BLOB) repeating.push_back(i);
         }
         if (!repeating.empty()) Stream(2, s.get(), repeating, false);
         Stream(1, s.get(), all);
